@@ -1,0 +1,63 @@
+#include "jreloc.h"
+
+#include "platform/console_input.h"
+#include "prereqchecks/install_log.h"
+#include "setupLauncher/launcher_state.h"
+#include "setupLauncher/paths.h"
+#include "setupLauncher/status.h"
+
+#include <cstdio>
+
+namespace {
+
+struct Wording {
+    bool jdk_only;
+    bool jre_only;
+    const char* first;
+    const char* retry;
+};
+
+// With both demands the first prompt speaks of a JDK and the retry of a JRE: no home satisfies both.
+constexpr Wording kWordings[] = {
+    {false, false, "S_SPECIFY_JRE_LOCATION", "S_SPECIFY_VALID_JRE_LOCATION"},
+    {false, true, "S_SPECIFY_JRE_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"},
+    {true, false, "S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JDK_ONLY_LOCATION"},
+    {true, true, "S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"},
+};
+
+const Wording& chosen_wording() {
+    const bool jdk_only = launcher_state::useJdkOnly == "TRUE";
+    const bool jre_only = launcher_state::useJreOnly == "TRUE";
+    for (const Wording& wording : kWordings) {
+        if (wording.jdk_only == jdk_only && wording.jre_only == jre_only)
+            return wording;
+    }
+    return kWordings[0];
+}
+
+void prompt(const char* key) {
+    nls_out("\n");
+    show(key);
+    std::fflush(stdout);
+    drop_typed_ahead();
+}
+
+} // namespace
+
+int getJRELoc(std::string& answer) {
+    const Wording& wording = chosen_wording();
+    prompt(wording.first);
+    std::string line;
+    while (read_console_line(line)) {
+        if (!line.empty() && PathExists(joined_path(joined_path(line, "bin"), "java"))) {
+            answer = line;
+            return kOk;
+        }
+        prompt(wording.retry);
+    }
+    return kFailed;
+}
+
+int getVanillaJRELoc(std::string& answer) {
+    return getJRELoc(answer);
+}

@@ -1,0 +1,211 @@
+#include "nls/catalogue.h"
+
+#include "nls/format.h"
+#include "utils.h"
+
+#include <array>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <iconv.h>
+#include <langinfo.h>
+#include <strings.h>
+
+namespace {
+
+symtab_t* msg_tab = nullptr;
+symtab_t* msg_tab_english = nullptr;
+int needToConv = 0;
+const char* encoding = nullptr;
+std::string user_locale;
+std::string resource_directory;
+
+iconv_t invalid_converter() {
+    return reinterpret_cast<iconv_t>(-1); // what iconv_open itself returns for a failure
+}
+
+iconv_t convDes = invalid_converter();
+
+// iconv takes the input as char** on some systems and as const char** on others.
+struct InputPointer {
+    char** pointer;
+    operator char**() const { // NOLINT: the conversion is the purpose
+        return pointer;
+    }
+    operator const char**() const { // NOLINT
+        return const_cast<const char**>(pointer);
+    }
+};
+
+// One conversion call over the whole text; what it made before it stopped is the result.
+std::string convert(std::string& text) {
+    if (convDes == invalid_converter())
+        return "";
+    std::array<char, kMaxCatalogueRecord + 1> converted{};
+    char* in = text.data();
+    std::size_t in_left = text.size();
+    char* out = converted.data();
+    std::size_t out_left = kMaxCatalogueRecord;
+    iconv(convDes, nullptr, nullptr, nullptr, nullptr);
+    iconv(convDes, InputPointer{&in}, &in_left, &out, &out_left);
+    return std::string(converted.data(), static_cast<std::size_t>(out - converted.data()));
+}
+
+void add_record(symtab_t* table, const std::string& record) {
+    const std::size_t equals = record.find('=');
+    if (equals == std::string::npos) {
+        std::fputs("WARNING: Ignoring malformed message \"", stderr);
+        std::fputs(record.c_str(), stderr);
+        std::fputs("\" in catalogue!\n", stderr);
+        return;
+    }
+    const std::string key = record.substr(0, equals);
+    if (symtab_lookup(table, key.c_str()) != nullptr)
+        return; // the first record of a key wins
+    std::string text = record.substr(equals + 1);
+    if (needToConv != 0)
+        text = convert(text);
+    char* key_copy = strdup(key.c_str());
+    char* text_copy = strdup(text.c_str());
+    if (key_copy == nullptr || text_copy == nullptr) {
+        // A message less is better than a launch less.
+        std::free(key_copy);
+        std::free(text_copy);
+        return;
+    }
+    symtab_add(table, key_copy, text_copy);
+}
+
+void load(symtab_t* table, std::FILE* fp) {
+    if (fp == nullptr || table == nullptr)
+        return;
+    std::string record;
+    for (int byte = std::getc(fp); byte != EOF; byte = std::getc(fp)) {
+        if (byte != '\0') {
+            record += static_cast<char>(byte);
+            if (record.size() < kMaxCatalogueRecord)
+                continue;
+        }
+        add_record(table, record);
+        record.clear();
+    }
+}
+
+bool load_file(const std::string& name, void (*loader)(std::FILE*)) {
+    const std::string path = resource_directory + "/" + name;
+    std::FILE* fp = std::fopen(path.c_str(), "rb");
+    if (fp == nullptr)
+        return false;
+    loader(fp);
+    std::fclose(fp);
+    return true;
+}
+
+void open_converter() {
+    needToConv = 1;
+    convDes = iconv_open(encoding, "UTF-8");
+    if (convDes != invalid_converter())
+        return;
+    // Some systems say ISO8859-15 where their converters say 8859-15.
+    if (std::strlen(encoding) > 3)
+        convDes = iconv_open(encoding + 3, "UTF-8");
+    if (convDes != invalid_converter())
+        return;
+    std::fputs("\nERROR: Unable to convert from \"UTF-8\" to \"", stderr);
+    std::fputs(encoding, stderr);
+    std::fputs("\" for NLS!\n", stderr);
+}
+
+} // namespace
+
+const char* nls_resdir(const char* cmd) {
+    resource_directory = cmd == nullptr ? "" : cmd;
+    const std::size_t slash = resource_directory.rfind('/');
+    if (slash == std::string::npos)
+        resource_directory = "./";
+    else
+        resource_directory.resize(slash + 1);
+    resource_directory += "resource";
+    return resource_directory.c_str();
+}
+
+const char* nls_locale() {
+    std::setlocale(LC_ALL, "");
+    const char* messages = std::setlocale(LC_MESSAGES, nullptr);
+    user_locale = std::string(messages == nullptr ? "" : messages).substr(0, kMaxLocaleName);
+    std::size_t cut = user_locale.rfind('.');
+    if (cut == std::string::npos)
+        cut = user_locale.rfind('@');
+    if (cut != std::string::npos)
+        user_locale.resize(cut);
+    return user_locale.c_str();
+}
+
+void nls_loadcat(std::FILE* fp) {
+    load(msg_tab, fp);
+}
+
+void nls_loadcat_english(std::FILE* fp) {
+    load(msg_tab_english, fp);
+}
+
+int nls_open(const char* cmd) {
+    msg_tab = symtab_create();
+    msg_tab_english = symtab_create();
+    if (msg_tab == nullptr || msg_tab_english == nullptr) {
+        std::fputs("\nERROR: Could not allocate memory for the NLS messages map!\n", stderr);
+        return 1;
+    }
+    nls_resdir(cmd);
+    std::string locale = nls_locale();
+    if (locale == "zh")
+        locale = "zh_CN"; // the one bare language name that stands for a country's texts
+    encoding = nl_langinfo(CODESET);
+    needToConv = 0;
+    if (encoding != nullptr && strncasecmp(encoding, "UTF-8", 5) != 0)
+        open_converter();
+
+    bool any = load_file("cons_" + locale + ".nls", nls_loadcat);
+    const std::size_t underscore = locale.rfind('_');
+    if (underscore != std::string::npos)
+        any = load_file("cons_" + locale.substr(0, underscore) + ".nls", nls_loadcat) || any;
+    any = load_file("cons.nls", nls_loadcat) || any;
+    load_file("cons.nls", nls_loadcat_english);
+
+    if (convDes != invalid_converter()) {
+        iconv_close(convDes);
+        convDes = invalid_converter();
+    }
+    if (!any) {
+        std::fputs("\nERROR: Could not read any NLS message catalogue!\n", stderr);
+        return 1;
+    }
+    return 0;
+}
+
+const char* nls_mesg(const char* key) {
+    return symtab_lookup(msg_tab, key);
+}
+
+const char* nls_mesg_english(const char* key) {
+    return symtab_lookup(msg_tab_english, key);
+}
+
+void nls_out(const char* mesg) {
+    if (mesg == nullptr)
+        return;
+    const std::string text = format_text(mesg);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void nls_out(const std::string& mesg) {
+    nls_out(mesg.c_str());
+}
+
+void nls_close() {
+    symtab_destroy(msg_tab);
+    symtab_destroy(msg_tab_english);
+    // Lookups after this would read released memory; they find nothing instead.
+    msg_tab = nullptr;
+    msg_tab_english = nullptr;
+}

@@ -1,0 +1,363 @@
+#include "setupLauncher/launch.h"
+
+#include "bootstrap/bootstrap.h"
+#include "jreloc.h"
+#include "prereqchecks/install_log.h"
+#include "prereqchecks/prereq_driver.h"
+#include "setupLauncher/environment.h"
+#include "setupLauncher/installer_command.h"
+#include "setupLauncher/java_home.h"
+#include "setupLauncher/launcher_state.h"
+#include "setupLauncher/locations.h"
+#include "setupLauncher/options.h"
+#include "setupLauncher/paths.h"
+#include "setupLauncher/scratch.h"
+#include "setupLauncher/settings.h"
+#include "setupLauncher/spawn.h"
+#include "setupLauncher/status.h"
+#include "setupLauncher/text.h"
+
+#include <cstdlib>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace state = launcher_state;
+
+// The group of the inventory's owner may write what the launcher and the installer make.
+constexpr mode_t kGroupMask = 007;
+// The largest bootstrap size in megabytes that fits a long as bytes.
+constexpr long kLargestBootstrapSize = 8796093022207; // 0x7FFFFFFFFFF
+constexpr const char* kOldestJava = "1.4";            // named when there is no java program
+constexpr const char* kTempDirectory = "/tmp";
+
+// What the stages hand to each other.
+struct Launch {
+    CommandLine command_line;
+    Settings settings;
+    DerivedLocations locations;
+    std::string osVersion;
+    std::string curDir;
+    std::string StartupLocOriginal;
+    std::string imageLoc;
+    std::string sZULVersionLogMsg;
+    bool bUseJreLoc = false;
+};
+
+bool begins_with_t(const std::string& setting) {
+    return setting.starts_with('T');
+}
+
+void log_line(const Launch& launch, const std::string& text) {
+    openLog(launch.settings.scratchLoc, state::sInvPtrLocation, state::gsTimeStamp,
+            state::gsLogFileName);
+    writeToInstallLog(text);
+    closeLog();
+}
+
+void find_startup_location(Launch& launch) {
+    const CommandLine& command_line = launch.command_line;
+    Settings& settings = launch.settings;
+    const bool have_current = GetCurrentDir(launch.curDir) == kOk;
+    GetStartupLocation(command_line.arguments.front(), settings.startupLoc);
+    launch.StartupLocOriginal = settings.startupLoc;
+    if (command_line.bShipHomeLocation) {
+        settings.startupLoc = command_line.sAlternativeStartupLoc;
+        StripQuotes(settings.startupLoc);
+        launch.StartupLocOriginal = have_current ? launch.curDir : settings.startupLoc;
+    }
+    if (command_line.bScratchPath)
+        settings.scratchLoc = command_line.sAlternativeScratch;
+}
+
+// The result is acted on only after the prerequisites: they run without a parameter file too.
+int read_settings(Launch& launch) {
+    const CommandLine& command_line = launch.command_line;
+    Settings& settings = launch.settings;
+    settings.paramFileLocation = command_line.sParamFile;
+    settings.jreDirLoc = command_line.jreDirLoc;
+    settings.prereqConfigLoc = command_line.prereqConfigLoc;
+    const int result =
+        GetParamOptions(settings, command_line.bBootStrapOnly, command_line.bScratchPath,
+                        command_line.bShipHomeLocation, command_line.bTestAutoUpdates);
+    launch.sZULVersionLogMsg = format_text(
+        "%s %s %s %s \n", {"INFO:", english_text("S_ZUL"), "Version", settings.zulVersion});
+    if (!command_line.bShipHomeLocation)
+        launch.StartupLocOriginal = settings.startupLoc;
+    if (command_line.bBootStrapOnly)
+        settings.scratchLoc = command_line.sBootStrapLoc;
+    return result;
+}
+
+void check_prerequisites(const Launch& launch) {
+    const CommandLine& command_line = launch.command_line;
+    const Settings& settings = launch.settings;
+    if (!command_line.bBootStrapOnly)
+        show("S_STARTINSTALLERMSG", command_line.sStartMessage);
+    std::string platform_prereqs;
+    GetParamInformation("PLATFORM_PREREQS", platform_prereqs, "FALSE", settings.paramFileLocation,
+                        kWholeValue);
+    checkPreReqs({
+        .paramLoc = settings.paramFileLocation,
+        .scratchLoc = settings.scratchLoc,
+        .gsTimeStamp = state::gsTimeStamp,
+        .gsLogFileName = state::gsLogFileName,
+        .silent = state::_bSilent,
+        .invPtrLocation = state::sInvPtrLocation,
+        .bExecSysPreReqs = command_line.bExecuteSysPreReqs,
+        .bIgnorePreReqs = command_line.bIgnoreSysPreReqs,
+        ._bNoConsole = command_line._bNoConsole,
+        ._bPlatPrereqs = begins_with_t(platform_prereqs),
+    });
+}
+
+bool runs_from_cd(const Launch& launch) {
+    return !launch.command_line.bHelpMode && begins_with_t(launch.settings.multiCD) &&
+           isCurDirInCD(launch.curDir) == kStartedFromCd;
+}
+
+void announce_bootstrap(const Launch& launch) {
+    const std::string wait = localised_text("S_WAITMSG");
+    if (launch.command_line.bBootStrapOnly)
+        nls_out(format_text("%s  %s", {localised_text("S_BOOTSTRAPONLYMSG"), wait}));
+    else
+        nls_out(format_text("%s %s. %s", {localised_text("S_BOOTSTRAPMSG"),
+                                          launch.settings.scratchLoc, wait}));
+    std::fflush(stdout);
+}
+
+// Decides whether the bootstrap brings the Java runtime, asking for one when none is known. A
+// status ends the launch.
+std::optional<int> decide_on_runtime(Launch& launch, bool& bBootStrapJRE) {
+    Settings& settings = launch.settings;
+    bBootStrapJRE = true;
+    launch.bUseJreLoc = false;
+    if (state::_bJreLocation) {
+        bBootStrapJRE = false;
+        launch.bUseJreLoc = true;
+    } else if (!launch.command_line.bBootStrapOnly && settings.jreDirLoc.empty() &&
+               settings.jreFullLoc.empty()) {
+        if (state::disableJrePrompt == "TRUE") {
+            log_line(launch, english_text("S_JRELOC_ERROR_NOCONSOLE_WIN"));
+            nls_out("\n\n");
+            show("S_JRELOC_ERROR_NOCONSOLE_WIN");
+            return kOk;
+        }
+        if (getJRELoc(settings.jreDirLoc) != kOk) {
+            show("S_JRELOC_ERROR_NOCONSOLE_WIN");
+            return kFailed;
+        }
+        bBootStrapJRE = false;
+        launch.bUseJreLoc = true;
+    }
+    umask(kGroupMask);
+    return std::nullopt;
+}
+
+int run_bootstrap(Launch& launch, long bootstrap_size, bool bBootStrapJRE) {
+    const CommandLine& command_line = launch.command_line;
+    Settings& settings = launch.settings;
+    const int result = doBootStrap({
+        .tempLoc = settings.scratchLoc,
+        .zulStgLoc = settings.zulLoc,
+        .zulCoreStgLoc = settings.zulCoreLoc,
+        .zulCoreMinStgLoc = settings.zulCoreMinLoc,
+        .tesselStgLoc = settings.tesselLoc,
+        .jreStgLoc = settings.jreDirLoc,
+        .jreFullLoc = settings.jreFullLoc,
+        .zulVersion = settings.zulVersion,
+        .jreVersion = settings.jreVersion,
+        .imageLoc = launch.imageLoc,
+        .prereqConfigLoc = settings.prereqConfigLoc,
+        .startupLoc = settings.startupLoc,
+        .startupLocOriginal = launch.StartupLocOriginal,
+        .lBootStrapSz = bootstrap_size << 10,
+        ._bDistribution = state::_bDistribution,
+        .sExtJlibString = settings.extJlibString,
+        .sExtLibString = settings.extLibString,
+        .sExtBinString = settings.extBinString,
+        .bBootStrapJRE = bBootStrapJRE,
+        .invPtrLocation = state::sInvPtrLocation,
+        .gsTimeStamp = state::gsTimeStamp,
+        .gsLogFileName = state::gsLogFileName,
+        .sBootStrapComps = settings.sBootStrapComps,
+        .access = settings.access,
+        .bBootStrapOnly = command_line.bBootStrapOnly,
+        .bNoBootStrap = command_line.bNoBootStrap,
+        .bShipHomeLocation = command_line.bShipHomeLocation,
+    });
+    if (command_line.bShipHomeLocation && chdir(settings.startupLoc.c_str()) != 0) {
+        // The launch goes on where it is: everything it needs lies in the scratch directory now.
+    }
+    return result;
+}
+
+bool is_mask(const std::string& text) {
+    return text.size() == 3 && text.find_first_not_of("01234567") == std::string::npos;
+}
+
+void apply_umask_setting(const Launch& launch) {
+    GetParamInformation("UMASK", state::sUmask, "", launch.settings.paramFileLocation, kWholeValue);
+    const std::string& text = state::sUmask;
+    if (is_mask(text)) {
+        state::iUmask = (text[0] - '0') * 64 + (text[1] - '0') * 8 + (text[2] - '0');
+        umask(static_cast<mode_t>(state::iUmask));
+        state::sUmaskLogMsg = english_text("S_UMASK_VALID", {text});
+    } else {
+        umask(kGroupMask);
+        state::sUmaskLogMsg = text.empty() ? english_text("S_UMASK_NOT_AVAILABLE")
+                                           : english_text("S_UMASK_INVALID", {text});
+        if (!text.empty())
+            show("S_UMASK_INVALID", text);
+    }
+    log_line(launch, state::sUmaskLogMsg);
+}
+
+// Brings the installer into the scratch directory. A status ends the launch.
+std::optional<int> bootstrap_installer(Launch& launch) {
+    const long size = leading_whole_number<long>(launch.settings.bootStrapSz);
+    if (size < 0 || size > kLargestBootstrapSize) {
+        complain("S_ERBOOTSTRAP_RANGE", kLargestBootstrapSize);
+        return std::nullopt; // the installer may still run from where it lies
+    }
+    announce_bootstrap(launch);
+    bool bBootStrapJRE = true;
+    if (const std::optional<int> status = decide_on_runtime(launch, bBootStrapJRE))
+        return status;
+    const int result = run_bootstrap(launch, size, bBootStrapJRE);
+    apply_umask_setting(launch);
+    if (result == kBootstrapFailed)
+        return kFailed;
+    return std::nullopt;
+}
+
+bool waits_for_installer(const Launch& launch) {
+    const CommandLine& command_line = launch.command_line;
+    // Without a bootstrap the installer runs from its home, as the script that called expects.
+    return launch.settings.bootStrap.starts_with('F') ||
+           begins_with_t(launch.settings.bWaitSync) || command_line.bCmdWait ||
+           command_line.bCleanup || command_line.bSaveInventory;
+}
+
+void print_library_path() {
+    const char* library_path = std::getenv("LD_LIBRARY_PATH");
+    print_debug(nullptr, localised_text("S_LDLIBPATH_VAR"));
+    print_debug(nullptr, library_path == nullptr ? "" : library_path);
+    print_debug(nullptr, "\n");
+}
+
+void leave_stage(bool bootstrap) {
+    std::string temp;
+    GetTempDir(temp);
+    if (!PathExists(temp))
+        temp = kTempDirectory;
+    if (bootstrap && chdir(temp.c_str()) != 0) {
+        // Then the stage stays in use while the installer runs; nothing else depends on it.
+    }
+}
+
+// Validates the Java home and starts the installer; the status of whichever failed, or its own.
+int start_installer(const Launch& launch, const std::vector<std::string>& args, bool bSync) {
+    const Settings& settings = launch.settings;
+    openLog(settings.scratchLoc, state::sInvPtrLocation, state::gsTimeStamp, state::gsLogFileName);
+    const int valid =
+        validateJavaHome(settings.jreDirLoc, settings.paramFileLocation, launch.bUseJreLoc);
+    closeLog();
+    for (const std::string& ext : {settings.extLibString, settings.extBinString}) {
+        if (!ext.empty())
+            addExtPath(settings.scratchLoc.c_str(), ext.c_str());
+    }
+    return valid == kOk ? SpawnProcess(args, bSync) : valid;
+}
+
+// Composes the command, runs the installer and removes the scratch directory after it.
+int run_installer(Launch& launch, bool bSync) {
+    const CommandLine& command_line = launch.command_line;
+    const std::string& scratch = launch.settings.scratchLoc;
+    InstallerCommandInput input{launch.locations, launch.settings,  command_line,
+                                launch.curDir,    launch.osVersion, launch.bUseJreLoc};
+    const std::vector<std::string> args = compose_installer_command(input);
+
+    int status = kOk;
+    if (!command_line.bBootStrapOnly && !IsJrePresent(launch.locations.jreLoc.c_str())) {
+        complain("S_ERJRENFD", launch.locations.jreLoc, kOldestJava);
+        status = kFailed;
+    }
+    leave_stage(begins_with_t(launch.settings.bootStrap));
+    if (command_line.bBootStrapOnly) {
+        nls_out(format_text("\nBootStrap To %s Completed\n", {scratch}));
+        return status;
+    }
+    if (status == kOk)
+        status = start_installer(launch, args, bSync);
+    if (bSync && !command_line.bIgnoreDelete)
+        cleanupScratchPath(scratch);
+    return status;
+}
+
+// Every stage between the opening and the closing of the catalogue, in order.
+int run_stages(Launch& launch) {
+    CommandLine& command_line = launch.command_line;
+    Settings& settings = launch.settings;
+
+    GetCurrentDir(launch.curDir);
+    pre_scan(command_line);
+    if (scan_arguments(command_line) != kOk)
+        return kFailed;
+
+    if (!state::_bPrereqSession) {
+        umask(kGroupMask);
+        const int usable = CheckInventoryPermissions();
+        if (usable != kOk)
+            return usable;
+    }
+
+    find_startup_location(launch);
+    const int retCode = read_settings(launch);
+    if (choose_entry_class(command_line, settings) != kOk)
+        return kFailed;
+    if (!command_line.bHelpMode)
+        check_prerequisites(launch);
+    if (runs_from_cd(launch)) {
+        show("S_ERRORUNIXCDMOUNT");
+        nls_out("\n");
+        return kStartedFromCd;
+    }
+    if (retCode != kOk)
+        return retCode;
+
+    GetCurrentDir(launch.curDir);
+    GetImageLoc(launch.curDir, launch.imageLoc);
+    recomputeZulLoc(launch.curDir, settings.zulLoc, settings.zulCoreLoc);
+    if (begins_with_t(settings.bootStrap)) {
+        if (const std::optional<int> status = bootstrap_installer(launch))
+            return *status;
+    }
+
+    log_line(launch, launch.sZULVersionLogMsg);
+    GetRestOfParams(settings, launch.locations);
+    const bool bSync = waits_for_installer(launch);
+    const int environment = SetUNIXEnvironment(launch.locations.jreLoc);
+    if (state::_bDebug)
+        print_library_path();
+    return environment == kOk ? run_installer(launch, bSync) : environment;
+}
+
+} // namespace
+
+int main_helper(int argc, char** argv) {
+    Launch launch;
+    launch.command_line = read_arguments(argc, argv);
+    state::_bPrereqSession = false;
+    launch.osVersion = getOSVersion();
+    computeTimeStamp();
+    if (launch.command_line.arguments.empty())
+        launch.command_line.arguments.emplace_back(); // a caller may leave out even the name
+    if (nls_open(launch.command_line.arguments.front().c_str()) != kOk)
+        return kNoCatalogue;
+    const int status = run_stages(launch);
+    nls_close();
+    return status;
+}

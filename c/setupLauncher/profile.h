@@ -1,0 +1,37 @@
+// The reader of parameter files: sections in brackets and KEY=value lines.
+//
+// Owns: the format with its tolerance for bad lines, the keyed lookups, the iteration over a
+// section and the tokenizer. Leaves to others: which keys exist and what a missing one means.
+//
+// Files are bytes: nothing is decoded, a byte 255 ends the data, and there are no comments. Every
+// lookup reads the file from its start; the position of the tokenizer in its line is shared.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+// Looks `pVarName` up in section `pSection` of the file; null searches the lines before the first
+// header. `pValue` gets the value, or `pDefault` for a file, key or value that is not there; a
+// missing section leaves it as it was. `nVal` is the size callers had in mind and does not matter.
+void GenericGetPrivateProfileString(const char* pSection, const char* pVarName,
+                                    const char* pDefault, std::string& pValue, int nVal,
+                                    const char* pFileName);
+
+// Looks first in `pSection`, then in `optBuffer`. 1 when the first gave a value that is not empty,
+// else 2.
+int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optBuffer,
+                                          const char* pVarName, const char* pDefault,
+                                          std::string& pValue, int nVal, const char* pFileName);
+
+// With `pSection`: moves the open stream behind that section's header. Without: takes the next
+// entry, an unusable value as an empty one. 0, or -1 at the end of the section or the file.
+int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVarName,
+                                         std::string& pValue, std::FILE* pFile);
+
+// Takes a token from `psStrToBeParsed`, or from the rest of the line before when that is null.
+// `bIgnoreSpace` keeps blanks inside the token (a value); without it a blank ends it (a key).
+// 0, or -1 for a missing or malformed token, which leaves `token` alone.
+int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace);
+
+// Strips white space at both ends; a text of nothing else stays as it is.
+void TrimToken(std::string& Token);

@@ -1,0 +1,109 @@
+#include "setupLauncher/scratch.h"
+
+#include "bootstrap/tree.h"
+#include "prereqchecks/install_log.h"
+#include "setupLauncher/launcher_state.h"
+#include "setupLauncher/paths.h"
+#include "setupLauncher/status.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr const char* kLastResort = "/tmp";
+constexpr const char* kScratchPrefix = "TalInstall";
+constexpr mode_t kScratchMode = 0750;
+// Launches of one second tell their directories apart by _1 to _1023.
+constexpr int kHighestSuffix = 1023;
+// The size in megabytes that the message about a failed creation names: the bootstrap's default.
+constexpr int kDefaultBootstrapSize = 69;
+
+// Makes `directory`; false with the system's error kept when it is taken or cannot be made.
+bool make_scratch(const std::string& directory) {
+    return mkdir(directory.c_str(), kScratchMode) == 0;
+}
+
+} // namespace
+
+void computeTimeStamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 64> stamp{};
+    const std::size_t length =
+        std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d_%I-%M-%S%p", &local);
+    launcher_state::gsTimeStamp.assign(stamp.data(), length);
+}
+
+void GetTempDir(std::string& Temp) {
+    Temp = kLastResort;
+    if (validatePath(launcher_state::scratchPath)) {
+        Temp = launcher_state::scratchPath;
+    } else {
+        // A TEMP that is set but unusable does not give way to TMP.
+        const char* named = std::getenv("TEMP");
+        if (named == nullptr)
+            named = std::getenv("TMP");
+        if (named != nullptr && validatePath(named))
+            Temp = named;
+    }
+    NormalizeDir(Temp);
+}
+
+int GetScratchPath(std::string& Spath) {
+    std::string base;
+    GetTempDir(base);
+    if (!PathWritable(base)) {
+        complain("S_ERPERDIR", base);
+        return kFailed;
+    }
+    if (launcher_state::_bPrereqSession && launcher_state::prereqLogLocation.empty())
+        launcher_state::prereqLogLocation = base;
+
+    const std::string name = base + "/" + kScratchPrefix + launcher_state::gsTimeStamp;
+    std::string candidate = name;
+    for (int suffix = 1; suffix <= kHighestSuffix + 1; ++suffix) {
+        if (!PathExists(candidate)) {
+            if (make_scratch(candidate)) {
+                Spath = candidate;
+                return kOk;
+            }
+            // Another launch may have taken the name since the look at it.
+            if (errno != EEXIST) {
+                complain("S_ERBOOTSTRAP", candidate, kDefaultBootstrapSize);
+                return kFailed;
+            }
+        }
+        candidate = name + "_" + std::to_string(suffix);
+    }
+    // The launch has failed, but the one name more is tried all the same.
+    complain("S_ERPERDIR", name);
+    if (!make_scratch(candidate))
+        complain("S_ERBOOTSTRAP", candidate, kDefaultBootstrapSize);
+    return kFailed;
+}
+
+int GetCurrentDir(std::string& pt) {
+    std::vector<char> path(1024);
+    while (getcwd(path.data(), path.size()) == nullptr) {
+        if (errno != ERANGE) {
+            show("S_ERGOSLST", "GetCurrentDir()", errno);
+            NormalizeDir(pt);
+            return kFailed;
+        }
+        path.resize(path.size() * 2);
+    }
+    pt = path.data();
+    NormalizeDir(pt);
+    return kOk;
+}
+
+void cleanupScratchPath(const std::string& pPath) {
+    CopyDirRecursive(pPath.c_str(), nullptr);
+}

@@ -1,0 +1,26 @@
+// The launch's time stamp, its temporary base and its scratch directory.
+//
+// Owns: where temporary files go, the name of the scratch directory, and the current directory in
+// the launcher's form. Leaves to others: deleting trees (bootstrap/tree), and when the scratch
+// directory goes away (launch).
+#pragma once
+
+#include <string>
+
+// Forms the time stamp of this launch from the local time, as 2026-03-01_04-05-06PM.
+void computeTimeStamp();
+
+// `Temp` becomes the base for temporary files: -SCRATCHPATH, else TEMP, else (only without a TEMP)
+// TMP, else /tmp. A base must be absolute and free of \ * ? < > : | ; to be taken.
+void GetTempDir(std::string& Temp);
+
+// Creates a scratch directory that no other launch has (mode 0750) under the base, which is created
+// as well when it is missing. 0 with the directory in `Spath`, or -1 after a message.
+int GetScratchPath(std::string& Spath);
+
+// `pt` becomes the current directory without a trailing "/", so that the root directory is empty.
+// 0, or -1 after a message.
+int GetCurrentDir(std::string& pt);
+
+// Deletes the tree at `pPath`, itself included, without a word.
+void cleanupScratchPath(const std::string& pPath);

@@ -1,0 +1,19 @@
+// The child process: the Java installer is started and, when wanted, waited for.
+//
+// Owns: the fork, the listing of the vector in the install log, the exit code that comes back.
+// Leaves to others: the vector (installer_command), what happens after the child (launch).
+//
+// A child whose program cannot be started returns from here like the parent: it goes on through the
+// launch and ends with 255, which a waiting parent takes for the installer's exit code.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Starts the first element of `pArgv` with the whole vector. Parent: 0 at once without `bSync`, else
+// the child's exit code (0 to 255), or 255 when there is none to wait for. Child: -1 after a message
+// when the program cannot be started.
+int SpawnProcess(const std::vector<std::string>& pArgv, bool bSync);
+
+// The same for program `cmdline`, without the listing on the console and without the message.
+int forkprocess(const std::string& cmdline, const std::vector<std::string>& argv, bool sync);
