@@ -264,6 +264,7 @@ void settle_failed_phase(const PrereqPhase& phase, bool no_console) {
         report("S_CONTINUE_NO");
         end_launch();
     }
+    // S_CONTINUE_YES stays unsaid: the operator has just typed it.
     if (!is_optional(phase))
         report("S_IGNORE_REQ_SYS_PREREQ");
 }
