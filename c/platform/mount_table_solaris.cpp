@@ -12,10 +12,10 @@ std::string field(const char* text) {
 } // namespace
 
 int next_mount_entry(std::FILE* table, MountEntry& entry) {
-    mnttab read{};
-    const int status = getmntent(table, &read);
+    struct mnttab line {};
+    const int status = getmntent(table, &line);
     if (status == kMountEntryRead)
-        entry = MountEntry{field(read.mnt_special), field(read.mnt_mountp), field(read.mnt_fstype),
-                           field(read.mnt_mntopts), field(read.mnt_time)};
+        entry = MountEntry{field(line.mnt_special), field(line.mnt_mountp), field(line.mnt_fstype),
+                           field(line.mnt_mntopts), field(line.mnt_time)};
     return status;
 }

@@ -130,6 +130,10 @@ std::string english_text(const char* key, std::initializer_list<FormatArg> args)
     return text == nullptr ? "" : format_text(text, args);
 }
 
+void print_text(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 void complain_text(const std::string& text) {
     if (!text.empty())
         print_error(text);

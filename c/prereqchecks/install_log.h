@@ -49,6 +49,8 @@ std::FILE* open_for_appending(const std::string& path);
 std::string localised_text(const char* key, std::initializer_list<FormatArg> args = {});
 std::string english_text(const char* key, std::initializer_list<FormatArg> args = {});
 
+// Writes `text` to standard output as it is: a path in it may hold percent signs.
+void print_text(const std::string& text);
 // Writes `text` and a line feed to standard error; an empty text writes nothing.
 void complain_text(const std::string& text);
 // Writes `text` with the system's own words for the last error to standard error.

@@ -236,7 +236,7 @@ std::optional<int> bootstrap_installer(Launch& launch) {
 bool waits_for_installer(const Launch& launch) {
     const CommandLine& command_line = launch.command_line;
     // Without a bootstrap the installer runs from its home, as the script that called expects.
-    return launch.settings.bootStrap.starts_with('F') ||
+    return !begins_with_t(launch.settings.bootStrap) ||
            begins_with_t(launch.settings.bWaitSync) || command_line.bCmdWait ||
            command_line.bCleanup || command_line.bSaveInventory;
 }
@@ -287,7 +287,7 @@ int run_installer(Launch& launch, bool bSync) {
     }
     leave_stage(begins_with_t(launch.settings.bootStrap));
     if (command_line.bBootStrapOnly) {
-        nls_out(format_text("\nBootStrap To %s Completed\n", {scratch}));
+        print_text(format_text("\nBootStrap To %s Completed\n", {scratch}));
         return status;
     }
     if (status == kOk)

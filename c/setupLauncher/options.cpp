@@ -86,7 +86,6 @@ const Option kOptions[] = {
 enum class BootstrapRule {
     keep,
     off,
-    off_from_home,  // outside a distribution
     off_as_written, // when the parameter file itself says that this is no distribution
 };
 
@@ -101,7 +100,8 @@ struct EntryClass {
 constexpr EntryClass kEntryClasses[] = {
     // clang-format off
     {&CommandLine::bPreClone,       "talvex.admkit.kst.kstc.KstcPreCloneSetup",        BootstrapRule::keep,           true},
-    {kNone,                         "talvex.admkit.kpr.kprc.kprcc.KprccPrereqApp",     BootstrapRule::off_from_home,  false},
+    // The prerequisite session has rules of its own, below: they hold whatever class is chosen.
+    {kNone,                         "talvex.admkit.kpr.kprc.kprcc.KprccPrereqApp",     BootstrapRule::keep,           false},
     {&CommandLine::bUpdateNodeList, "talvex.admkit.kst.kstc.KstcUpdateNodeList",       BootstrapRule::off,            true},
     {&CommandLine::bAttachHome,     "talvex.admkit.kst.kstc.KstcAttachHome",           BootstrapRule::off_as_written, false},
     {&CommandLine::bAttachSuite,    "talvex.admkit.kst.kstc.KstcAttachSuite",          BootstrapRule::off,            true},
@@ -232,19 +232,22 @@ bool turns_bootstrap_off(BootstrapRule rule, const Settings& settings) {
                             kFirstCharacter);
         return distribution == "F";
     }
-    return rule == BootstrapRule::off ||
-           (rule == BootstrapRule::off_from_home && !state::_bDistribution);
+    return rule == BootstrapRule::off;
 }
 
-int check_prereq_location(const std::string& location) {
+// A prerequisite session needs its configuration, and brings nothing along from an installed home.
+int apply_session_rules(Settings& settings) {
+    const std::string& location = settings.prereqConfigLoc;
     if (location.empty()) {
         show("S_ERR_PREREQ_CONFIG_LOC");
         return kFailed;
     }
     if (!PathExists(location)) {
-        show("S_ERR_INVALID_PREREQ_CONFIG_LOC", location);
+        print_text(localised_text("S_ERR_INVALID_PREREQ_CONFIG_LOC", {location}));
         return kFailed;
     }
+    if (!state::_bDistribution)
+        settings.bootStrap = "F";
     return kOk;
 }
 
@@ -327,7 +330,7 @@ int choose_entry_class(const CommandLine& command_line, Settings& settings) {
         complain("S_ERRORINVOKINGFROMCD", command_line.sLastExamined);
         return kFailed;
     }
-    return state::_bPrereqSession ? check_prereq_location(settings.prereqConfigLoc) : kOk;
+    return state::_bPrereqSession ? apply_session_rules(settings) : kOk;
 }
 
 std::vector<std::string> pass_through_arguments(const CommandLine& command_line) {

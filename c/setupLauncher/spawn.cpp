@@ -26,7 +26,8 @@ void close_log(std::FILE* log) {
 
 // Becomes the program; comes back with -1 and the system's error number only when that fails.
 int become(const char* program, const std::vector<std::string>& arguments, std::FILE* log) {
-    write_flushed(log, english_text("S_EXECVP_ARGS", {program}));
+    const std::string first = arguments.empty() ? std::string() : arguments.front();
+    write_flushed(log, english_text("S_EXECVP_ARGS", {first}));
     for (const std::string& argument : arguments)
         write_flushed(log, argument + "\n");
     std::vector<char*> vector;

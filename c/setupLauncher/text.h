@@ -4,6 +4,7 @@
 // others: paths (paths), the lines of parameter files (profile).
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -56,7 +57,24 @@ T leading_whole_number(std::string_view text) {
     return number;
 }
 
-// The same for a decimal number. The point is a point in every locale: parameter files are written
+// Where the first digit of `number` that is not 0 stands, in powers of ten: 2 for "123", -1 for
+// "0.1". Tells a number too large to hold from one too small.
+inline long decimal_exponent(std::string_view number) {
+    const std::size_t mark = number.find_first_of("eE");
+    const std::string_view digits = number.substr(0, mark);
+    const std::size_t first = digits.find_first_of("123456789");
+    const std::size_t point = digits.find('.') == std::string_view::npos ? digits.size()
+                                                                         : digits.find('.');
+    if (first == std::string_view::npos)
+        return 0;
+    long exponent = static_cast<long>(point) - static_cast<long>(first) - (first < point ? 1 : 0);
+    if (mark != std::string_view::npos)
+        exponent += std::clamp(leading_whole_number<long>(number.substr(mark + 1)), -1000000000L,
+                               1000000000L);
+    return exponent;
+}
+
+// The decimal number at the start of `text`, as leading_whole_number takes a whole one. The point is a point in every locale: parameter files are written
 // for all of them.
 inline double leading_decimal_number(std::string_view text) {
     text = trimmed(text);
@@ -65,10 +83,10 @@ inline double leading_decimal_number(std::string_view text) {
     double number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
-        // Too large or too small to hold: the exponent's sign tells which.
-        const bool tiny = text.substr(0, static_cast<std::size_t>(result.ptr - text.data()))
-                              .find("e-") != std::string_view::npos;
-        const double magnitude = tiny ? 0.0 : std::numeric_limits<double>::infinity();
+        const std::size_t length = static_cast<std::size_t>(result.ptr - text.data());
+        const double magnitude = decimal_exponent(text.substr(0, length)) < 0
+                                     ? 0.0
+                                     : std::numeric_limits<double>::infinity();
         return text.starts_with('-') ? -magnitude : magnitude;
     }
     return number;
