@@ -40,10 +40,13 @@ bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
 
+// Larger numbers count as this one; it only has to be beyond every text.
+constexpr int kLargestNumber = 100'000'000;
+
 int read_number(Reader& reader) {
     int number = 0;
     while (is_digit(reader.peek())) {
-        number = std::min(number * 10 + (reader.peek() - '0'), kMaxFormatWidth + 1);
+        number = std::min(number * 10 + (reader.peek() - '0'), kLargestNumber);
         ++reader.at;
     }
     return number;
@@ -124,7 +127,7 @@ void read_width_and_precision(Reader& reader, Directive& directive) {
         if (precision >= 0)
             directive.precision = precision;
     } else {
-        directive.precision = std::min(read_number(reader), kMaxFormatWidth);
+        directive.precision = read_number(reader);
     }
 }
 
@@ -192,7 +195,8 @@ std::string format_whole(const Directive& directive, long long number) {
     if (directive.precision) {
         if (*directive.precision == 0 && magnitude == 0)
             body.clear();
-        const auto precision = static_cast<std::size_t>(*directive.precision);
+        const auto precision =
+            static_cast<std::size_t>(std::min(*directive.precision, kMaxFormatWidth));
         if (body.size() < precision)
             body.insert(0, precision - body.size(), '0');
     }
@@ -210,7 +214,7 @@ std::string format_whole(const Directive& directive, long long number) {
 
 // std::to_chars and not snprintf: the locale must not change the decimal point of the English log.
 std::string format_decimal(const Directive& directive, double number) {
-    const int precision = directive.precision.value_or(6);
+    const int precision = std::min(directive.precision.value_or(6), kMaxFormatWidth);
     const bool negative = std::signbit(number);
     const std::string_view prefix = sign_of(directive, negative);
     if (!std::isfinite(number))

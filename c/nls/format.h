@@ -27,7 +27,7 @@ struct FormatArg {
     FormatArg(double number) : value(number) {}
 };
 
-// Widths and precisions beyond this count as this: no text of a catalogue is longer.
+// Widths, and precisions of numbers, beyond this count as this: no text of a catalogue is longer.
 inline constexpr int kMaxFormatWidth = 1023;
 
 // `text` with its directives filled from `args`: %d %i %u %x %X %o %c %s %f with flags, width,

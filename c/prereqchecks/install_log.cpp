@@ -4,8 +4,6 @@
 #include "setupLauncher/paths.h"
 #include "setupLauncher/profile.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -120,6 +118,11 @@ void writeToTimeLog(const std::string& sMsg) {
     append(timelogFile, sMsg);
 }
 
+std::string unfilled_text(const char* key) {
+    const char* text = nls_mesg(key);
+    return text == nullptr ? "" : text;
+}
+
 std::string localised_text(const char* key, std::initializer_list<FormatArg> args) {
     const char* text = nls_mesg(key);
     return text == nullptr ? "" : format_text(text, args);
@@ -134,13 +137,8 @@ void print_text(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
-void complain_text(const std::string& text) {
-    if (!text.empty())
-        print_error(text);
-}
-
-void complain_errno_text(const std::string& text) {
-    const int error = errno;
-    const std::string reason = std::strerror(error);
-    print_error(text.empty() ? reason : text + ": " + reason);
+void complain_because(const char* key, std::initializer_list<FormatArg> args,
+                      const std::string& reason) {
+    if (nls_mesg(key) != nullptr)
+        print_error(localised_text(key, args) + reason);
 }

@@ -11,7 +11,9 @@
 #include "nls/catalogue.h"
 #include "nls/format.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 // Full path of the install log; empty when it could not be opened.
@@ -44,22 +46,28 @@ void writeToTimeLog(const std::string& sMsg);
 // A stream that appends to `path` and stays in this process; null when it cannot be opened.
 std::FILE* open_for_appending(const std::string& path);
 
-// The text of `key` filled with `args`, in the operator's language and in English. A key that the
-// catalogue lacks gives an empty text.
+// The text of `key` as the catalogue has it, for the one pass of nls_out that is still to come. This
+// and the next two give an empty text for a key that the catalogue lacks.
+std::string unfilled_text(const char* key);
+// The text of `key` filled with `args`, in the operator's language and in English.
 std::string localised_text(const char* key, std::initializer_list<FormatArg> args = {});
 std::string english_text(const char* key, std::initializer_list<FormatArg> args = {});
 
 // Writes `text` to standard output as it is: a path in it may hold percent signs.
 void print_text(const std::string& text);
-// Writes `text` and a line feed to standard error; an empty text writes nothing.
-void complain_text(const std::string& text);
-// Writes `text` with the system's own words for the last error to standard error.
-void complain_errno_text(const std::string& text);
+// Writes the localised text of `key` filled with `args`, `reason` and a line feed to standard error;
+// nothing for a key that the catalogue lacks.
+void complain_because(const char* key, std::initializer_list<FormatArg> args,
+                      const std::string& reason);
 
-// Shows the text of `key` on the console in the operator's language.
+// Shows the text of `key` on the console in the operator's language. Without arguments there is
+// nothing to fill in, and nls_out is the only pass.
 template <typename... Args>
 void show(const char* key, const Args&... args) {
-    nls_out(localised_text(key, {FormatArg(args)...}));
+    if constexpr (sizeof...(Args) == 0)
+        nls_out(nls_mesg(key));
+    else
+        nls_out(localised_text(key, {FormatArg(args)...}));
 }
 
 // Appends the English text of `key` to the install log.
@@ -78,11 +86,12 @@ void report(const char* key, const Args&... args) {
 // Writes the localised text of `key` and a line feed to standard error.
 template <typename... Args>
 void complain(const char* key, const Args&... args) {
-    complain_text(localised_text(key, {FormatArg(args)...}));
+    complain_because(key, {FormatArg(args)...}, "");
 }
 
 // The same, with the system's own words for the last error behind it.
 template <typename... Args>
 void complain_errno(const char* key, const Args&... args) {
-    complain_errno_text(localised_text(key, {FormatArg(args)...}));
+    const int error = errno; // before anything that may change it
+    complain_because(key, {FormatArg(args)...}, std::string(": ") + std::strerror(error));
 }

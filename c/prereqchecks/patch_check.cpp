@@ -102,9 +102,12 @@ bool isHigherPatchInstalled(const std::string& patch, const char* command_out,
     found_pat.clear();
     if (command_out == nullptr)
         return false;
-    const std::size_t cut = patch.find_first_of("- ");
-    const std::string number = patch.substr(0, cut);
-    if (number.empty() || number.size() > kLongestPatchNumber)
+    const std::size_t start = patch.find_first_not_of("- ");
+    if (start == std::string::npos)
+        return false;
+    const std::size_t cut = patch.find_first_of("- ", start);
+    const std::string number = patch.substr(start, cut - start);
+    if (number.size() > kLongestPatchNumber)
         return false;
     const int required =
         cut == std::string::npos ? 0 : leading_whole_number<int>(patch.substr(cut + 1));

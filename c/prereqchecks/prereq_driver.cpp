@@ -8,6 +8,7 @@
 #include "setupLauncher/status.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 
 namespace {
 
@@ -119,6 +120,7 @@ int run_section(PrereqPhase& phase, const std::string& section) {
     std::FILE* file = std::fopen(phase.paramFileLocation.c_str(), "r");
     if (file == nullptr)
         return kCheckPassed;
+    fcntl(fileno(file), F_SETFD, FD_CLOEXEC); // the checks run commands
     int result = kCheckPassed;
     std::string key;
     std::string value;
@@ -260,7 +262,7 @@ void settle_failed_phase(const PrereqPhase& phase, bool no_console) {
     report_failed_phase(phase);
     if (no_console || phase.silent)
         end_launch();
-    if (!operator_goes_on(localised_text("S_CONTINUE"), english_text("S_CONTINUE"))) {
+    if (!operator_goes_on(unfilled_text("S_CONTINUE"), english_text("S_CONTINUE"))) {
         report("S_CONTINUE_NO");
         end_launch();
     }

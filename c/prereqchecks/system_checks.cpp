@@ -170,7 +170,7 @@ int CheckPackagesInstalled(const std::string& value, const std::string& /*versio
         const std::string command = std::string(kPackageCommand) + " " + command_arguments(item);
         const auto output = GetCommandOutputInEnglish(command, scratchLoc);
         if (is_unusable(output)) {
-            checked.fail("S_EXEC_FAILURE", command);
+            checked.fail("S_EXEC_FAILURE", std::string(kPackageCommand) + " " + item);
             passed = false;
         } else if (output->find("was not found") != std::string::npos ||
                    output->find(item) == std::string::npos) {

@@ -119,11 +119,11 @@ bool runs_from_cd(const Launch& launch) {
 }
 
 void announce_bootstrap(const Launch& launch) {
-    const std::string wait = localised_text("S_WAITMSG");
+    const std::string wait = unfilled_text("S_WAITMSG");
     if (launch.command_line.bBootStrapOnly)
-        nls_out(format_text("%s  %s", {localised_text("S_BOOTSTRAPONLYMSG"), wait}));
+        nls_out(format_text("%s  %s", {unfilled_text("S_BOOTSTRAPONLYMSG"), wait}));
     else
-        nls_out(format_text("%s %s. %s", {localised_text("S_BOOTSTRAPMSG"),
+        nls_out(format_text("%s %s. %s", {unfilled_text("S_BOOTSTRAPMSG"),
                                           launch.settings.scratchLoc, wait}));
     std::fflush(stdout);
 }
@@ -243,7 +243,7 @@ bool waits_for_installer(const Launch& launch) {
 
 void print_library_path() {
     const char* library_path = std::getenv("LD_LIBRARY_PATH");
-    print_debug(nullptr, localised_text("S_LDLIBPATH_VAR"));
+    print_debug(nullptr, unfilled_text("S_LDLIBPATH_VAR"));
     print_debug(nullptr, library_path == nullptr ? "" : library_path);
     print_debug(nullptr, "\n");
 }

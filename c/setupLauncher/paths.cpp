@@ -168,9 +168,15 @@ int GetFullPathName(const char* /*lpFileName*/, int /*nBufferLength*/, char* /*l
 }
 
 std::string shell_word(std::string_view text) {
-    // "^" is a pipe to old shells, "=" makes an assignment of a command word.
-    const std::string_view special = "|&;<>()$`\\\"'*?[]#~!{}^=";
-    bool plain = !text.empty();
+    // "^" is a pipe to old shells, braces are expanded by new ones. "#" and "~" matter only at the
+    // start of a word; "=" can make an assignment of a word that is no path.
+    const std::string_view special = "|&;<>()$`\\\"'*?[{}^";
+    const std::string_view special_at_start = "#~";
+    if (text.empty())
+        return "";
+    bool plain = special_at_start.find(text.front()) == std::string_view::npos &&
+                 (text.front() == '/' || text.front() == '.' ||
+                  text.find('=') == std::string_view::npos);
     for (const char c : text)
         plain = plain && static_cast<unsigned char>(c) > ' ' && c != '\x7f' &&
                 special.find(c) == std::string_view::npos;

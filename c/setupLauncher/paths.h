@@ -83,5 +83,5 @@ void print_error(std::string_view err_msg);
 int GetFullPathName(const char* lpFileName, int nBufferLength, char* lpBuffer, char** lpFilePart);
 
 // `text` as one word of a shell command: as it is when the shell sees nothing special in it, else
-// in single quotes.
+// in single quotes. An empty text stays empty: the command then fails for want of its operand.
 std::string shell_word(std::string_view text);

@@ -67,7 +67,7 @@ def test_what_a_test_made_is_gone_in_the_next(clean_root):
     assert os.path.exists("/etc/passwd")
 
 
-@pytest.mark.parametrize("path", ["/.machine", "/.machine/tmp", "/.machine/var/tmp", "/opt",
+@pytest.mark.parametrize("path", ["/.machine", "/.machine/tmp", "/.machine/var/tmp", "/usr/lib",
                                   os.path.dirname(os.path.abspath(__file__))])
 def test_nothing_of_the_machine_can_be_written(path):
     with pytest.raises(OSError):
