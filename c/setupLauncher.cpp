@@ -1,6 +1,8 @@
 #include "setupLauncher/launch.h"
+#include "setupLauncher/status.h"
 
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,9 +19,20 @@ void open_standard_streams() {
     }
 }
 
+// Nothing that needs memory can be said any more, a catalogue text least of all.
+void end_without_memory() {
+    constexpr char message[] = "setupLauncher: There is not enough memory. End other programs or raise "
+                               "the memory limit, and start it again.\n";
+    if (write(STDERR_FILENO, message, sizeof message - 1) < 0) {
+        // Then the status alone has to tell.
+    }
+    _exit(kFailed & 0xff);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    std::set_new_handler(end_without_memory);
     open_standard_streams();
     umask(kStartMask);
     return main_helper(argc, argv);
