@@ -17,7 +17,8 @@ struct Wording {
     const char* retry;
 };
 
-// With both demands the first prompt speaks of a JDK and the retry of a JRE: no home satisfies both.
+// With both demands the first prompt speaks of a JDK and the retry of a JRE: no home satisfies
+// both.
 constexpr Wording kWordings[] = {
     {false, false, "S_SPECIFY_JRE_LOCATION", "S_SPECIFY_VALID_JRE_LOCATION"},
     {false, true, "S_SPECIFY_JRE_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"},

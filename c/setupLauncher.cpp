@@ -21,8 +21,9 @@ void open_standard_streams() {
 
 // Nothing that needs memory can be said any more, a catalogue text least of all.
 void end_without_memory() {
-    constexpr char message[] = "setupLauncher: There is not enough memory. End other programs or raise "
-                               "the memory limit, and start it again.\n";
+    constexpr char message[] =
+        "setupLauncher: There is not enough memory. End other programs or raise "
+        "the memory limit, and start it again.\n";
     if (write(STDERR_FILENO, message, sizeof message - 1) < 0) {
         // Then the status alone has to tell.
     }

@@ -15,7 +15,8 @@ std::uint32_t symtab_hashcode(const char* key) {
     std::uint32_t accumulator = 0;
     if (key != nullptr) {
         for (; *key != '\0'; ++key) {
-            // Bytes count as signed whatever char is here: the buckets of accented keys depend on it.
+            // Bytes count as signed whatever char is here: the buckets of accented keys depend on
+            // it.
             const auto byte = static_cast<std::int32_t>(static_cast<signed char>(*key));
             accumulator = accumulator * 61U + static_cast<std::uint32_t>(byte);
         }

@@ -29,8 +29,7 @@ constexpr const char* kPayload = "1/DataFiles";
 constexpr const char* kExpanded = "Expanded"; // files of a component that are not in a jar
 
 // Time-log lines of components by list and of those known by name, apart by one blank.
-constexpr const char* kListedTimeLine =
-    "\n Time taken for bootstrapping %s is %5.5f   seconds";
+constexpr const char* kListedTimeLine = "\n Time taken for bootstrapping %s is %5.5f   seconds";
 constexpr const char* kKnownTimeLine = "\n Time taken for bootstrapping %s is %5.5f  seconds";
 
 // Which known components are to be brought.
@@ -121,8 +120,8 @@ int take_component_list(const BootstrapInput& input, const std::string& root,
     for (const std::string& entry : input.sBootStrapComps) {
         const std::vector<std::string> pieces = split(entry, ":");
         const std::string name = pieces.empty() ? "" : pieces[0];
-        const std::string payload = pieces.size() > 1 ? payload_of(root, name, pieces[1])
-                                                      : highest_payload_of(root, name);
+        const std::string payload =
+            pieces.size() > 1 ? payload_of(root, name, pieces[1]) : highest_payload_of(root, name);
         bool selected = false;
         for (const Known& component : known) {
             if (name == component.name) {
@@ -175,7 +174,8 @@ int run_copy_mode(const BootstrapInput& input) {
     const std::string zul = in_scratch(input, "zul");
     if (input.bBootStrapJRE && copy_and_rewrite(input.jreStgLoc, in_scratch(input, "jre")) != kOk)
         return kBootstrapFailed;
-    for (std::string* location : {&input.zulStgLoc, &input.zulCoreStgLoc, &input.zulCoreMinStgLoc}) {
+    for (std::string* location :
+         {&input.zulStgLoc, &input.zulCoreStgLoc, &input.zulCoreMinStgLoc}) {
         if (copy_and_rewrite(*location, zul) != kOk)
             return kBootstrapFailed;
     }
@@ -184,7 +184,8 @@ int run_copy_mode(const BootstrapInput& input) {
     return kBootstrapDone;
 }
 
-// Finds the runtime's payload, unpacks it and points jreStgLoc at its home in the scratch directory.
+// Finds the runtime's payload, unpacks it and points jreStgLoc at its home in the scratch
+// directory.
 int bring_runtime(const BootstrapInput& input, const std::string& root) {
     const timeval start = now();
     bool is_jdk = false;
@@ -216,8 +217,8 @@ int bring_runtime(const BootstrapInput& input, const std::string& root) {
             show("S_ERJRE_MISSING");
         return kFailed;
     }
-    input.jreStgLoc = is_jdk ? input.tempLoc + "/jdk/"
-                             : input.tempLoc + "/jre/" + entries.names.front();
+    input.jreStgLoc =
+        is_jdk ? input.tempLoc + "/jdk/" : input.tempLoc + "/jre/" + entries.names.front();
     return kOk;
 }
 
@@ -278,9 +279,8 @@ void copy_extra_directories(const BootstrapInput& input) {
         const std::string& source;
         const char* name;
     };
-    const Extra extras[] = {{input.sExtJlibString, "jlib"},
-                            {input.sExtLibString, "lib"},
-                            {input.sExtBinString, "bin"}};
+    const Extra extras[] = {
+        {input.sExtJlibString, "jlib"}, {input.sExtLibString, "lib"}, {input.sExtBinString, "bin"}};
     const std::string ext = in_scratch(input, "ext");
     for (const Extra& extra : extras) {
         if (!PathExists(extra.source))
@@ -310,8 +310,8 @@ int bring_everything(const BootstrapInput& input) {
     if (input.bShipHomeLocation)
         change_directory(input.startupLocOriginal);
     const bool given_runtime = given_runtime_is_usable(input);
-    int result = input._bDistribution ? run_component_mode(input, root, selection)
-                                      : run_copy_mode(input);
+    int result =
+        input._bDistribution ? run_component_mode(input, root, selection) : run_copy_mode(input);
     if (result == kBootstrapFailed)
         return result;
     if (input.bShipHomeLocation)
@@ -336,7 +336,8 @@ int bring_everything(const BootstrapInput& input) {
 int doBootStrap(const BootstrapInput& input) {
     openLog(input.tempLoc, input.invPtrLocation, input.gsTimeStamp, input.gsLogFileName);
 
-    // A shortfall of space ends in the report like a bootstrap that went well; other failures do not.
+    // A shortfall of space ends in the report like a bootstrap that went well; other failures do
+    // not.
     const bool has_room = getFreeSpace(input.tempLoc) >= input.lBootStrapSz;
     int result = kBootstrapFailed;
     if (has_room) {

@@ -21,15 +21,15 @@ struct BootstrapInput {
     std::string& zulCoreMinStgLoc;
     std::string& tesselStgLoc;
     std::string& jreStgLoc;
-    const std::string& jreFullLoc; // a runtime given beforehand, or empty
-    const std::string& zulVersion; // not used
-    const std::string& jreVersion; // not used
-    std::string& imageLoc;         // may be empty
-    std::string& prereqConfigLoc;  // may be empty
-    const std::string& startupLoc; // holds unzip for components not known by name
+    const std::string& jreFullLoc;         // a runtime given beforehand, or empty
+    const std::string& zulVersion;         // not used
+    const std::string& jreVersion;         // not used
+    std::string& imageLoc;                 // may be empty
+    std::string& prereqConfigLoc;          // may be empty
+    const std::string& startupLoc;         // holds unzip for components not known by name
     const std::string& startupLocOriginal; // holds unzip for the known ones
-    long lBootStrapSz;             // room needed, in kilobytes
-    bool _bDistribution;           // component mode
+    long lBootStrapSz;                     // room needed, in kilobytes
+    bool _bDistribution;                   // component mode
     const std::string& sExtJlibString;
     const std::string& sExtLibString;
     const std::string& sExtBinString;
@@ -38,10 +38,10 @@ struct BootstrapInput {
     const std::string& gsTimeStamp;
     const std::string& gsLogFileName;
     const std::vector<std::string>& sBootStrapComps; // NAME or NAME:VERSION; empty: all known ones
-    const std::string& access;     // directory of access files, or empty
+    const std::string& access;                       // directory of access files, or empty
     bool bBootStrapOnly;
-    bool bNoBootStrap;             // nothing is unpacked, yet every location is rewritten
-    bool bShipHomeLocation;        // work in startupLocOriginal, end in startupLoc
+    bool bNoBootStrap;      // nothing is unpacked, yet every location is rewritten
+    bool bShipHomeLocation; // work in startupLocOriginal, end in startupLoc
 };
 
 // Runs the bootstrap. 10 done; 0 when component mode selected no installer component and nothing

@@ -6,6 +6,7 @@
 #include "setupLauncher/paths.h"
 #include "setupLauncher/status.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -28,8 +29,7 @@ constexpr std::size_t kNoParent = static_cast<std::size_t>(-1);
 struct PendingDirectory {
     std::string source;
     std::string dest; // unused when the tree is deleted
-    dev_t device = 0;
-    ino_t inode = 0;
+    DirectoryIdentity identity{};
     std::size_t parent = kNoParent;
 };
 
@@ -37,50 +37,49 @@ std::string entry_path(const std::string& directory, const std::string& name) {
     return directory.ends_with('/') ? directory + name : directory + "/" + name;
 }
 
-// Whether `found` is the directory `at` of the list or one that it lies in: only a link leads there.
-bool is_own_ancestor(const std::vector<PendingDirectory>& list, std::size_t at,
-                     const struct stat& found) {
-    for (; at != kNoParent; at = list[at].parent) {
-        if (list[at].device == found.st_dev && list[at].inode == found.st_ino)
+// A walk over a tree: the directories still to visit, and those that the tree's root lies in.
+struct Walk {
+    std::vector<PendingDirectory> list;
+    std::vector<DirectoryIdentity> above_root;
+    bool copying = false;
+};
+
+// Whether `found` is the directory `at` of the list or one that it lies in: only a link leads
+// there.
+bool is_own_ancestor(const Walk& walk, std::size_t at, const DirectoryIdentity& found) {
+    for (; at != kNoParent; at = walk.list[at].parent) {
+        if (walk.list[at].identity == found)
             return true;
     }
-    return false;
-}
-
-void read_identity(PendingDirectory& directory) {
-    struct stat found {};
-    if (stat(directory.source.c_str(), &found) == 0) {
-        directory.device = found.st_dev;
-        directory.inode = found.st_ino;
-    }
+    return std::find(walk.above_root.begin(), walk.above_root.end(), found) !=
+           walk.above_root.end();
 }
 
 // Handles the entries of directory `at`: files at once, directories by adding them to the list.
 // False when a file could not be copied.
-bool visit_directory(std::vector<PendingDirectory>& list, std::size_t at, bool copying) {
-    const PendingDirectory here = list[at];
+bool visit_directory(Walk& walk, std::size_t at) {
+    const PendingDirectory here = walk.list[at];
     const DirectoryEntries entries = directory_entries(here.source);
     if (!entries.opened)
         return true;
-    if (copying)
+    if (walk.copying)
         mkdir(here.dest.c_str(), kMadeDirectoryMode);
     for (const std::string& name : entries.names) {
         PendingDirectory next;
         next.source = entry_path(here.source, name);
-        if (copying)
+        if (walk.copying)
             next.dest = entry_path(here.dest, name);
         struct stat found {};
         if (stat(next.source.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) {
-            if (is_own_ancestor(list, at, found)) {
-                if (!copying)
+            next.identity = {found.st_dev, found.st_ino};
+            if (is_own_ancestor(walk, at, next.identity)) {
+                if (!walk.copying)
                     unlink(next.source.c_str()); // a mere link, else its directory could not go
                 continue;
             }
-            next.device = found.st_dev;
-            next.inode = found.st_ino;
             next.parent = at;
-            list.push_back(std::move(next));
-        } else if (!copying) {
+            walk.list.push_back(std::move(next));
+        } else if (!walk.copying) {
             unlink(next.source.c_str());
         } else if (copyFile(next.source.c_str(), next.dest.c_str()) != kOk) {
             return false;
@@ -101,14 +100,11 @@ bool copy_stream(std::FILE* in, std::FILE* out) {
     }
 }
 
-struct Identity {
-    dev_t device;
-    ino_t inode;
-};
+void set_permission_below(const std::string& directory, mode_t mode,
+                          std::vector<DirectoryIdentity>& parents);
 
-void set_permission_below(const std::string& directory, mode_t mode, std::vector<Identity>& parents);
-
-void set_permission_of_entry(const std::string& path, mode_t mode, std::vector<Identity>& parents) {
+void set_permission_of_entry(const std::string& path, mode_t mode,
+                             std::vector<DirectoryIdentity>& parents) {
     DIR* opened = opendir(path.c_str());
     if (opened != nullptr) {
         closedir(opened);
@@ -127,15 +123,14 @@ void set_permission_of_entry(const std::string& path, mode_t mode, std::vector<I
 }
 
 void set_permission_below(const std::string& directory, mode_t mode,
-                          std::vector<Identity>& parents) {
+                          std::vector<DirectoryIdentity>& parents) {
     struct stat found {};
     if (stat(directory.c_str(), &found) != 0)
         return;
-    for (const Identity& parent : parents) {
-        if (parent.device == found.st_dev && parent.inode == found.st_ino)
-            return;
-    }
-    parents.push_back({found.st_dev, found.st_ino});
+    const DirectoryIdentity here{found.st_dev, found.st_ino};
+    if (std::find(parents.begin(), parents.end(), here) != parents.end())
+        return;
+    parents.push_back(here);
     for (const std::string& name : directory_entries(directory).names)
         set_permission_of_entry(directory + "/" + name, mode, parents);
     parents.pop_back();
@@ -144,17 +139,23 @@ void set_permission_below(const std::string& directory, mode_t mode,
 } // namespace
 
 int CopyDirRecursive(const char* source, const char* dest) {
-    std::vector<PendingDirectory> list(1);
-    list[0].source = source;
-    list[0].dest = dest == nullptr ? "" : dest;
-    read_identity(list[0]);
-    for (std::size_t at = 0; at < list.size(); ++at) {
-        if (!visit_directory(list, at, dest != nullptr))
+    Walk walk;
+    walk.copying = dest != nullptr;
+    walk.above_root = directories_above(source);
+    PendingDirectory root;
+    root.source = source;
+    root.dest = walk.copying ? dest : "";
+    struct stat found {};
+    if (stat(source, &found) == 0)
+        root.identity = {found.st_dev, found.st_ino};
+    walk.list.push_back(std::move(root));
+    for (std::size_t at = 0; at < walk.list.size(); ++at) {
+        if (!visit_directory(walk, at))
             return kFailed;
     }
-    if (dest == nullptr) {
-        for (std::size_t left = list.size(); left > 0; --left)
-            rmdir(list[left - 1].source.c_str());
+    if (!walk.copying) {
+        for (std::size_t left = walk.list.size(); left > 0; --left)
+            rmdir(walk.list[left - 1].source.c_str());
     }
     return kOk;
 }
@@ -188,9 +189,10 @@ void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursiv
         complain_errno("S_ERPERM_1", p_strFilePath);
         return;
     }
-    std::vector<Identity> parents;
-    if (p_bRecursive > 0)
-        set_permission_below(p_strFilePath, mode, parents);
+    if (p_bRecursive <= 0)
+        return;
+    std::vector<DirectoryIdentity> parents = directories_above(p_strFilePath);
+    set_permission_below(p_strFilePath, mode, parents);
 }
 
 int CopyJars(const std::string& source, const std::string& dest, const std::string& startupLoc) {

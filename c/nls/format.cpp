@@ -90,19 +90,31 @@ int read_star(Reader& reader) {
     if (arg == nullptr)
         return 0;
     const long long number = to_whole(*arg);
-    return static_cast<int>(std::clamp<long long>(number, -kMaxFormatWidth, kMaxFormatWidth));
+    return static_cast<int>(std::clamp<long long>(number, -kLargestNumber, kLargestNumber));
 }
 
 void read_flags(Reader& reader, Directive& directive) {
     for (;; ++reader.at) {
         switch (reader.peek()) {
-        case '-': directive.left = true; break;
-        case '+': directive.plus = true; break;
-        case ' ': directive.blank = true; break;
-        case '#': directive.alternative = true; break;
-        case '0': directive.zero = true; break;
-        case '\'': break; // grouping, which the texts do not need
-        default: return;
+        case '-':
+            directive.left = true;
+            break;
+        case '+':
+            directive.plus = true;
+            break;
+        case ' ':
+            directive.blank = true;
+            break;
+        case '#':
+            directive.alternative = true;
+            break;
+        case '0':
+            directive.zero = true;
+            break;
+        case '\'':
+            break; // grouping, which the texts do not need
+        default:
+            return;
         }
     }
 }
@@ -110,7 +122,7 @@ void read_flags(Reader& reader, Directive& directive) {
 void read_width_and_precision(Reader& reader, Directive& directive) {
     if (reader.peek() == '*') {
         ++reader.at;
-        directive.width = read_star(reader);
+        directive.width = std::clamp(read_star(reader), -kMaxFormatWidth, kMaxFormatWidth);
         if (directive.width < 0) {
             directive.left = true;
             directive.width = -directive.width;

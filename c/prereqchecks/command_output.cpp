@@ -40,6 +40,8 @@ std::optional<std::string> read_whole_file(const std::string& path) {
 std::optional<std::string> GetCommandOutput(const std::string& command,
                                             const std::string& scratchLoc) {
     const std::string file = scratchLoc + "/command_output_" + std::to_string(getpid());
+    // What an earlier command left there must not pass for the output of one that never ran.
+    unlink(file.c_str());
     std::fflush(stdout);
     if (std::system((command + " > " + shell_word(file) + " 2>&1").c_str()) == -1)
         return std::nullopt;

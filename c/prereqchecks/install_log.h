@@ -46,8 +46,8 @@ void writeToTimeLog(const std::string& sMsg);
 // A stream that appends to `path` and stays in this process; null when it cannot be opened.
 std::FILE* open_for_appending(const std::string& path);
 
-// The text of `key` as the catalogue has it, for the one pass of nls_out that is still to come. This
-// and the next two give an empty text for a key that the catalogue lacks.
+// The text of `key` as the catalogue has it, for the one pass of nls_out that is still to come.
+// This and the next two give an empty text for a key that the catalogue lacks.
 std::string unfilled_text(const char* key);
 // The text of `key` filled with `args`, in the operator's language and in English.
 std::string localised_text(const char* key, std::initializer_list<FormatArg> args = {});
@@ -55,8 +55,8 @@ std::string english_text(const char* key, std::initializer_list<FormatArg> args 
 
 // Writes `text` to standard output as it is: a path in it may hold percent signs.
 void print_text(const std::string& text);
-// Writes the localised text of `key` filled with `args`, `reason` and a line feed to standard error;
-// nothing for a key that the catalogue lacks.
+// Writes the localised text of `key` filled with `args`, `reason` and a line feed to standard
+// error; nothing for a key that the catalogue lacks.
 void complain_because(const char* key, std::initializer_list<FormatArg> args,
                       const std::string& reason);
 

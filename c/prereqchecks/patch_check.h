@@ -14,8 +14,8 @@ struct PatchLists {
     std::string obsoleted;
 };
 
-// Every patch of the list `value` (NUMBER-REVISION, separated by commas) is installed. The line with
-// the whole list is shown only with `bLogPatchesToConsole` 1; 0 passed, 1 failed.
+// Every patch of the list `value` (NUMBER-REVISION, separated by commas) is installed. The line
+// with the whole list is shown only with `bLogPatchesToConsole` 1; 0 passed, 1 failed.
 int CheckPatchesInstalled(const std::string& value, const std::string& version,
                           const std::string& scratchLoc, int bLogPatchesToConsole);
 

@@ -86,8 +86,7 @@ void explain_optional_patches(const PrereqPhase& phase, bool list_on_console) {
 int check_patches(const PrereqPhase& phase, const std::string& value, const std::string& failure) {
     const bool list_on_console =
         !value_in_version_sections(phase, "LOG_PATCHES_TO_CONSOLE").starts_with('F');
-    const int result =
-        CheckPatchesInstalled(value, "", phase.scratchLoc, list_on_console ? 1 : 0);
+    const int result = CheckPatchesInstalled(value, "", phase.scratchLoc, list_on_console ? 1 : 0);
     if (result != kCheckPassed && !phase.bRequired && failure.empty())
         explain_optional_patches(phase, list_on_console);
     return result;
@@ -296,10 +295,9 @@ void checkPreReqs(const PrereqInput& input) {
     std::string optFailurelMsg;
     openLog(input.scratchLoc, input.invPtrLocation, input.gsTimeStamp, input.gsLogFileName);
 
-    PrereqPhase phase{input.paramLoc,       input.scratchLoc, input.silent,
-                      input.bIgnorePreReqs, true,             buffer,
-                      optBuffer,            optFailurelMsg,   true,
-                      genericBuffer};
+    PrereqPhase phase{input.paramLoc, input.scratchLoc, input.silent, input.bIgnorePreReqs,
+                      true,           buffer,           optBuffer,    optFailurelMsg,
+                      true,           genericBuffer};
     if (input.bExecSysPreReqs) {
         if (!phase_passed(CheckPrerequisitesForInstall(phase)) && input.bIgnorePreReqs)
             report("S_IGNORE_REQ_SYS_PREREQ");

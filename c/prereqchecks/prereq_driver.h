@@ -29,10 +29,10 @@ struct PrereqPhase {
     const std::string& scratchLoc;
     bool silent;
     bool bIgnorePreReqs;
-    bool bRequired; // true until the required phase is over
-    std::string& buffer;        // name of the required section
-    std::string& optBuffer;     // name of the optional section
-    std::string& optFlMsg;      // the failure texts, appended to
+    bool bRequired;         // true until the required phase is over
+    std::string& buffer;    // name of the required section
+    std::string& optBuffer; // name of the optional section
+    std::string& optFlMsg;  // the failure texts, appended to
     bool bGeneric;
     std::string& genericBuffer; // name of the generic section
 };

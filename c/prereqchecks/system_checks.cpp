@@ -133,10 +133,14 @@ double parse_swap(std::string_view output) {
 
 std::optional<std::string> colours_of_depth(int depth) {
     switch (depth) {
-    case 32: return "4294967296";
-    case 48: return "281474976710656";
-    case 64: return "18446744073709551616";
-    default: break;
+    case 32:
+        return "4294967296";
+    case 48:
+        return "281474976710656";
+    case 64:
+        return "18446744073709551616";
+    default:
+        break;
     }
     if (depth >= kDepthBeyondCounting || depth < 0)
         return std::nullopt;

@@ -1,5 +1,7 @@
 #include "setupLauncher/directory.h"
 
+#include <climits>
+#include <cstdlib>
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -17,6 +19,21 @@ DirectoryEntries directory_entries(const std::string& path) {
     }
     closedir(directory);
     return entries;
+}
+
+std::vector<DirectoryIdentity> directories_above(const std::string& path) {
+    std::vector<DirectoryIdentity> above;
+    std::vector<char> absolute(PATH_MAX + 1);
+    if (realpath(path.c_str(), absolute.data()) == nullptr)
+        return above;
+    std::string directory(absolute.data());
+    while (directory.size() > 1) {
+        directory.resize(directory.rfind('/'));
+        struct stat found {};
+        if (stat(directory.empty() ? "/" : directory.c_str(), &found) == 0)
+            above.push_back({found.st_dev, found.st_ino});
+    }
+    return above;
 }
 
 bool is_directory(const std::string& path) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 struct DirectoryEntries {
@@ -15,6 +16,17 @@ struct DirectoryEntries {
 
 // The entries of `path`. The directory is closed again, so deep walks hold no descriptors.
 DirectoryEntries directory_entries(const std::string& path);
+
+// What tells a directory from every other one, by whatever path it is reached.
+struct DirectoryIdentity {
+    dev_t device;
+    ino_t inode;
+
+    bool operator==(const DirectoryIdentity&) const = default;
+};
+
+// The directories that `path` lies in, up to the root directory; none when it cannot be resolved.
+std::vector<DirectoryIdentity> directories_above(const std::string& path);
 
 // Whether `path` is a directory or leads to one; false for what cannot be asked.
 bool is_directory(const std::string& path);

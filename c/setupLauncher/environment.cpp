@@ -23,8 +23,8 @@ constexpr int kLongestValue = 1024;
 
 // Shown in this order when there is no display; S_ERPERDSPXCLOCKLOC follows with its argument.
 constexpr const char* kDisplayMessages[] = {
-    "S_ERPERDSP",   "S_ERPERDSP_1", "S_ERPERDSP_2",  "S_ERPERDSP_3",  "S_ERPERDSP_4",
-    "S_ERPERDSP_5", "S_ERPERDSP_6", "S_ERPERDSP_7",  "S_ERPERDSP_8",  "S_ERPERDSP_9",
+    "S_ERPERDSP",    "S_ERPERDSP_1",  "S_ERPERDSP_2",  "S_ERPERDSP_3",  "S_ERPERDSP_4",
+    "S_ERPERDSP_5",  "S_ERPERDSP_6",  "S_ERPERDSP_7",  "S_ERPERDSP_8",  "S_ERPERDSP_9",
     "S_ERPERDSP_10", "S_ERPERDSP_11", "S_ERPERDSP_12", "S_ERPERDSP_13",
 };
 

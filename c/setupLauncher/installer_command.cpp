@@ -190,12 +190,24 @@ std::string installer_class_path(const InstallerCommandInput& input) {
         if (&entry != &kClassPath[0])
             class_path += ':';
         switch (entry.place) {
-        case Jars::scratch: class_path += settings.scratchLoc; break;
-        case Jars::extension: class_path += extension; break;
-        case Jars::back_end: class_path += input.locations.instJarBELoc; break;
-        case Jars::patch_tool: class_path += input.locations.tesselJarLoc; break;
-        case Jars::front_end: class_path += input.locations.instJarFELoc; break;
-        case Jars::added: class_path += added; break;
+        case Jars::scratch:
+            class_path += settings.scratchLoc;
+            break;
+        case Jars::extension:
+            class_path += extension;
+            break;
+        case Jars::back_end:
+            class_path += input.locations.instJarBELoc;
+            break;
+        case Jars::patch_tool:
+            class_path += input.locations.tesselJarLoc;
+            break;
+        case Jars::front_end:
+            class_path += input.locations.instJarFELoc;
+            break;
+        case Jars::added:
+            class_path += added;
+            break;
         }
         if (entry.jar != nullptr)
             class_path.append("/").append(entry.jar);

@@ -15,8 +15,8 @@ struct InstallerCommandInput {
     DerivedLocations& locations; // jreLoc becomes the java program, srcJarLoc the source passed on
     Settings& settings;          // startupLoc gives way to -rstartupLoc
     const CommandLine& command_line;
-    std::string curDir;    // the current directory before the bootstrap
-    std::string osVersion; // release of the operating system
+    std::string curDir;      // the current directory before the bootstrap
+    std::string osVersion;   // release of the operating system
     bool bUseJreLoc = false; // the installer's Java runtime lies outside the scratch directory
 };
 

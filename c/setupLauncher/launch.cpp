@@ -123,8 +123,8 @@ void announce_bootstrap(const Launch& launch) {
     if (launch.command_line.bBootStrapOnly)
         nls_out(format_text("%s  %s", {unfilled_text("S_BOOTSTRAPONLYMSG"), wait}));
     else
-        nls_out(format_text("%s %s. %s", {unfilled_text("S_BOOTSTRAPMSG"),
-                                          launch.settings.scratchLoc, wait}));
+        nls_out(format_text("%s %s. %s",
+                            {unfilled_text("S_BOOTSTRAPMSG"), launch.settings.scratchLoc, wait}));
     std::fflush(stdout);
 }
 
@@ -228,17 +228,18 @@ std::optional<int> bootstrap_installer(Launch& launch) {
         return status;
     const int result = run_bootstrap(launch, size, bBootStrapJRE);
     apply_umask_setting(launch);
-    if (result == kBootstrapFailed)
+    if (result == kBootstrapFailed) {
+        complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, size);
         return kFailed;
+    }
     return std::nullopt;
 }
 
 bool waits_for_installer(const Launch& launch) {
     const CommandLine& command_line = launch.command_line;
     // Without a bootstrap the installer runs from its home, as the script that called expects.
-    return !begins_with_t(launch.settings.bootStrap) ||
-           begins_with_t(launch.settings.bWaitSync) || command_line.bCmdWait ||
-           command_line.bCleanup || command_line.bSaveInventory;
+    return !begins_with_t(launch.settings.bootStrap) || begins_with_t(launch.settings.bWaitSync) ||
+           command_line.bCmdWait || command_line.bCleanup || command_line.bSaveInventory;
 }
 
 void print_library_path() {
@@ -348,9 +349,9 @@ int run_stages(Launch& launch) {
 } // namespace
 
 int main_helper(int argc, char** argv) {
+    state::reset();
     Launch launch;
     launch.command_line = read_arguments(argc, argv);
-    state::_bPrereqSession = false;
     launch.osVersion = getOSVersion();
     computeTimeStamp();
     if (launch.command_line.arguments.empty())

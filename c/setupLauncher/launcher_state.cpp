@@ -8,9 +8,9 @@ void reset() {
     useInventoryLocation = useFromLocForPrereq = false;
     nJavaOptionsSpecified = 0;
     iUmask = 0;
-    for (std::string* text : {&disableJrePrompt, &useJreOnly, &useJdkOnly, &gsTimeStamp,
-                              &scratchPath, &prereqLogLocation, &inventoryLocation, &sUmask,
-                              &sUmaskLogMsg})
+    for (std::string* text :
+         {&disableJrePrompt, &useJreOnly, &useJdkOnly, &gsTimeStamp, &scratchPath,
+          &prereqLogLocation, &inventoryLocation, &sUmask, &sUmaskLogMsg})
         text->clear();
     gsLogFileName = "/installActions";
     sInvPtrLocation = "/var/opt/talvex/talInst.loc";

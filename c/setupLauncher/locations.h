@@ -29,8 +29,9 @@ void GetAbsolutePath(std::string& absolutePath, const std::string& relativePath)
 // -3 when `exepath` lies under the same top-level directory as a mounted CD, else 0.
 int isCurDirInCD(std::string_view exepath);
 
-// `unixGroups` becomes UnixGroups="{name,name,}" with the operator's supplementary groups, the first
-// 40 of them; without any it stays as it is. The comma behind the last name belongs to the form.
+// `unixGroups` becomes UnixGroups="{name,name,}" with the operator's supplementary groups, the
+// first 40 of them; without any it stays as it is. The comma behind the last name belongs to the
+// form.
 void computeUnixGroups(std::string& unixGroups);
 
 // `rootDir` becomes "/" and the first component of `path`; its length is returned.

@@ -15,25 +15,25 @@ using Flag = bool CommandLine::*;
 constexpr Flag kNone = nullptr;
 
 enum class Action {
-    flags,             // nothing but what the row sets
-    bootstrap_loc,     // session variables
-    jvm_options,       //
-    prereq_location,   //
-    from_location,     // only while no prerequisite location is known
+    flags,              // nothing but what the row sets
+    bootstrap_loc,      // session variables
+    jvm_options,        //
+    prereq_location,    //
+    from_location,      // only while no prerequisite location is known
     inventory_location, //
-    prereq_checker,    // changes the start message
-    pointer_file,      // these three take the next argument
-    prereq_log,        //
-    scratch_path,      //
+    prereq_checker,     // changes the start message
+    pointer_file,       // these three take the next argument
+    prereq_log,         //
+    scratch_path,       //
 };
 
 struct Option {
     std::string_view text;
     Action action;
-    Flag flag;                // set in the command line
-    bool* launch_flag;        // set in the launch state
-    bool silent;              // asks no questions
-    const char* log_name;     // base name of the install log
+    Flag flag;            // set in the command line
+    bool* launch_flag;    // set in the launch state
+    bool silent;          // asks no questions
+    const char* log_name; // base name of the install log
 };
 
 namespace state = launcher_state;
@@ -90,10 +90,10 @@ enum class BootstrapRule {
 };
 
 struct EntryClass {
-    Flag flag;                // the command; null for the prerequisite session
-    const char* class_name;   // null: the class of the parameter file stays
+    Flag flag;              // the command; null for the prerequisite session
+    const char* class_name; // null: the class of the parameter file stays
     BootstrapRule bootstrap;
-    bool from_home;           // must run from an installed home
+    bool from_home; // must run from an installed home
 };
 
 // In the order of choosing.

@@ -19,7 +19,7 @@ struct CommandLine {
 
     // From the look at the whole line.
     std::string sParamFile;
-    std::string sAlternativeScratch; // -rscratchPath
+    std::string sAlternativeScratch;    // -rscratchPath
     std::string sAlternativeStartupLoc; // -rstartupLoc, else -shipHomeLoc
     bool bScratchPath = false;
     bool bShipHomeLocation = false;

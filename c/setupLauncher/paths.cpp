@@ -132,7 +132,8 @@ std::optional<std::string> replace_str(const char* orig) {
         return std::nullopt;
     const std::string_view marker = "-J-";
     std::string text(orig);
-    for (std::size_t at = text.find(marker); at != std::string::npos; at = text.find(marker, at + 1))
+    for (std::size_t at = text.find(marker); at != std::string::npos;
+         at = text.find(marker, at + 1))
         text.replace(at, marker.size(), "-");
     return text;
 }
@@ -174,9 +175,9 @@ std::string shell_word(std::string_view text) {
     const std::string_view special_at_start = "#~";
     if (text.empty())
         return "";
-    bool plain = special_at_start.find(text.front()) == std::string_view::npos &&
-                 (text.front() == '/' || text.front() == '.' ||
-                  text.find('=') == std::string_view::npos);
+    bool plain =
+        special_at_start.find(text.front()) == std::string_view::npos &&
+        (text.front() == '/' || text.front() == '.' || text.find('=') == std::string_view::npos);
     for (const char c : text)
         plain = plain && static_cast<unsigned char>(c) > ' ' && c != '\x7f' &&
                 special.find(c) == std::string_view::npos;

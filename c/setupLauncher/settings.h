@@ -30,10 +30,10 @@ struct Settings {
     std::string tesselLoc;         // the patch tool
     std::string zulVersion;        // version of the installer component
     std::string jreVersion;        // Java version asked for
-    std::string bootStrap;         // "T..." when the installer is to be brought to the scratch directory
-    std::string bootStrapSz;       // room that takes, in megabytes
-    std::string multiCD;           // "T" when discs are changed during the installation
-    std::string bWaitSync;         // "T" to wait for the installer
+    std::string bootStrap;   // "T..." when the installer is to be brought to the scratch directory
+    std::string bootStrapSz; // room that takes, in megabytes
+    std::string multiCD;     // "T" when discs are changed during the installation
+    std::string bWaitSync;   // "T" to wait for the installer
     std::string addtoClasspathString;
     std::string osdParam; // a parameter of the platform for the JVM
     std::string sEntryPoint;

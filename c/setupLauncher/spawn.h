@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-// Starts the first element of `pArgv` with the whole vector. Parent: 0 at once without `bSync`, else
-// the child's exit code (0 to 255), or 255 when there is none to wait for. Child: -1 after a message
-// when the program cannot be started.
+// Starts the first element of `pArgv` with the whole vector. Parent: 0 at once without `bSync`,
+// else the child's exit code (0 to 255), or 255 when there is none to wait for. Child: -1 after a
+// message when the program cannot be started.
 int SpawnProcess(const std::vector<std::string>& pArgv, bool bSync);
 
 // The same for program `cmdline`, without the listing on the console and without the message.

@@ -53,7 +53,8 @@ T leading_whole_number(std::string_view text) {
     T number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec == std::errc::result_out_of_range)
-        return text.starts_with('-') ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
+        return text.starts_with('-') ? std::numeric_limits<T>::min()
+                                     : std::numeric_limits<T>::max();
     return number;
 }
 
@@ -63,8 +64,8 @@ inline long decimal_exponent(std::string_view number) {
     const std::size_t mark = number.find_first_of("eE");
     const std::string_view digits = number.substr(0, mark);
     const std::size_t first = digits.find_first_of("123456789");
-    const std::size_t point = digits.find('.') == std::string_view::npos ? digits.size()
-                                                                         : digits.find('.');
+    const std::size_t point =
+        digits.find('.') == std::string_view::npos ? digits.size() : digits.find('.');
     if (first == std::string_view::npos)
         return 0;
     long exponent = static_cast<long>(point) - static_cast<long>(first) - (first < point ? 1 : 0);
@@ -74,8 +75,8 @@ inline long decimal_exponent(std::string_view number) {
     return exponent;
 }
 
-// The decimal number at the start of `text`, as leading_whole_number takes a whole one. The point is a point in every locale: parameter files are written
-// for all of them.
+// The decimal number at the start of `text`, as leading_whole_number takes a whole one. The point
+// is a point in every locale: parameter files are written for all of them.
 inline double leading_decimal_number(std::string_view text) {
     text = trimmed(text);
     if (text.starts_with('+'))

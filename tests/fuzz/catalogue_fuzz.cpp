@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const char* text = nls_mesg(key.c_str());
         const char* english = nls_mesg_english(key.c_str());
         require(text != nullptr && english != nullptr, "every whole record is found");
-        require(std::string_view(text).size() <= kMaxCatalogueRecord, "no text grows over a record");
+        require(std::string_view(text).size() <= kMaxCatalogueRecord,
+                "no text grows over a record");
         require(std::string_view(text) == english, "one file gives one text to both tables");
         nls_out(text);
     }

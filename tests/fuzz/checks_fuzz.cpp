@@ -26,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const char* phrase : {"processor operates at", "depth of root window: "}) {
         const auto token = token_after(output, phrase);
         if (token)
-            require(occurs_in(output, *token) && !token->empty(), "a token is a piece of the output");
+            require(occurs_in(output, *token) && !token->empty(),
+                    "a token is a piece of the output");
     }
     colours_of_depth(leading_whole_number<int>(required));
     std::string words;

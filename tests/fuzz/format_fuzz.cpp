@@ -18,8 +18,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             texts.push_back(input.ConsumeRandomLengthString(40));
             args.emplace_back(texts.back());
             break;
-        case 1: args.emplace_back(input.ConsumeIntegral<long long>()); break;
-        default: args.emplace_back(input.ConsumeFloatingPoint<double>()); break;
+        case 1:
+            args.emplace_back(input.ConsumeIntegral<long long>());
+            break;
+        default:
+            args.emplace_back(input.ConsumeFloatingPoint<double>());
+            break;
         }
     }
     const std::string text = input.ConsumeRemainingBytesAsString();

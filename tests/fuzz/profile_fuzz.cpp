@@ -15,8 +15,7 @@ void require_from_file(std::string_view file, const std::string& value, const ch
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view all = as_text(data, size);
     const std::size_t first = all.find('\n');
-    const std::size_t second =
-        first == std::string_view::npos ? first : all.find('\n', first + 1);
+    const std::size_t second = first == std::string_view::npos ? first : all.find('\n', first + 1);
     if (second == std::string_view::npos)
         return 0;
     const std::string section(all.substr(0, first));
@@ -34,9 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             require(in != nullptr || occurs_in(file, value), "only a missing section says nothing");
     }
     std::string value;
-    const int which = GenericGetPrivateProfileStringFromINI(section.c_str(), key.c_str(),
-                                                            key.c_str(), "", value, 1024,
-                                                            path.c_str());
+    const int which = GenericGetPrivateProfileStringFromINI(
+        section.c_str(), key.c_str(), key.c_str(), "", value, 1024, path.c_str());
     require(which == 1 || which == 2, "one of the two sections answers");
     require(which == 2 || !value.empty(), "the first section answers with something");
     require_from_file(file, value, "");

@@ -14,7 +14,7 @@
 
 // A directory that goes away with the object.
 class TemporaryDirectory {
-public:
+  public:
     TemporaryDirectory() {
         std::string name = "/tmp/launcher_unit_XXXXXX";
         const char* made = mkdtemp(name.data());
@@ -40,7 +40,7 @@ public:
         return file(name);
     }
 
-private:
+  private:
     std::string path_;
 };
 

@@ -1,0 +1,119 @@
+#include "setupLauncher/directory.h"
+
+#include "unit_surroundings.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <fcntl.h>
+
+namespace {
+
+std::vector<std::string> sorted(std::vector<std::string> names) {
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The names as the system lists them.
+std::vector<std::string> listed(const std::string& path) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path))
+        names.push_back(entry.path().filename().string());
+    return names;
+}
+
+int lowest_free_descriptor() {
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
+} // namespace
+
+TEST(DirectoryEntries, NamesEveryEntryButTheDirectoryItselfAndItsParent) {
+    const TemporaryDirectory here;
+    here.write("file", "");
+    here.write(".hidden", "");
+    here.write("...", "");
+    std::filesystem::create_directory(here.file("directory"));
+    std::filesystem::create_symlink("nowhere", here.file("dangling"));
+    const DirectoryEntries entries = directory_entries(here.path());
+    EXPECT_TRUE(entries.opened);
+    EXPECT_FALSE(entries.empty);
+    EXPECT_EQ(sorted(entries.names),
+              (std::vector<std::string>{"...", ".hidden", "dangling", "directory", "file"}));
+}
+
+TEST(DirectoryEntries, KeepsTheOrderInWhichTheDirectoryListsThem) {
+    const TemporaryDirectory here;
+    for (int i = 0; i < 100; ++i)
+        here.write("entry" + std::to_string(i * 7919 % 1009), "");
+    EXPECT_EQ(directory_entries(here.path()).names.size(), 100U);
+    EXPECT_EQ(directory_entries(here.path()).names, listed(here.path()));
+}
+
+TEST(DirectoryEntries, OfADirectoryWithoutFilesAreNoNamesButNotAnEmptyFirstRead) {
+    const TemporaryDirectory here;
+    const DirectoryEntries entries = directory_entries(here.path());
+    EXPECT_TRUE(entries.opened);
+    EXPECT_FALSE(entries.empty);
+    EXPECT_TRUE(entries.names.empty());
+}
+
+TEST(DirectoryEntries, OfADirectoryThatWasRemovedWhileOpenIsAnEmptyFirstRead) {
+    const TemporaryDirectory here;
+    std::filesystem::create_directory(here.file("gone"));
+    const int open_directory = open(here.file("gone").c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(open_directory, 0);
+    std::filesystem::remove(here.file("gone"));
+    const DirectoryEntries entries =
+        directory_entries("/proc/self/fd/" + std::to_string(open_directory));
+    close(open_directory);
+    EXPECT_TRUE(entries.opened);
+    EXPECT_TRUE(entries.empty);
+    EXPECT_TRUE(entries.names.empty());
+}
+
+TEST(DirectoryEntries, OfAMissingDirectoryOrAFileAreNotOpened) {
+    const TemporaryDirectory here;
+    for (const std::string& path : {here.file("missing"), here.write("file", ""), std::string()}) {
+        const DirectoryEntries entries = directory_entries(path);
+        EXPECT_FALSE(entries.opened) << path;
+        EXPECT_TRUE(entries.empty) << path;
+        EXPECT_TRUE(entries.names.empty()) << path;
+    }
+}
+
+TEST(DirectoryEntries, OfADirectoryThatMayNotBeReadAreNotOpened) {
+    as_ordinary_user([] {
+        const TemporaryDirectory here;
+        std::filesystem::create_directory(here.file("closed"));
+        here.write("closed/file", "");
+        EXPECT_EQ(chmod(here.file("closed").c_str(), 0300), 0);
+        EXPECT_FALSE(directory_entries(here.file("closed")).opened);
+        EXPECT_EQ(chmod(here.file("closed").c_str(), 0700), 0);
+    });
+}
+
+TEST(DirectoryEntries, HoldNoDescriptorAfterwards) {
+    const TemporaryDirectory here;
+    const int before = lowest_free_descriptor();
+    directory_entries(here.path());
+    EXPECT_EQ(lowest_free_descriptor(), before);
+}
+
+TEST(IsDirectory, HoldsForADirectoryAndALinkToOne) {
+    const TemporaryDirectory here;
+    std::filesystem::create_directory(here.file("directory"));
+    std::filesystem::create_symlink("directory", here.file("link"));
+    EXPECT_TRUE(is_directory(here.file("directory")));
+    EXPECT_TRUE(is_directory(here.file("link")));
+}
+
+TEST(IsDirectory, DoesNotHoldForAFileADanglingLinkAndAMissingPath) {
+    const TemporaryDirectory here;
+    std::filesystem::create_symlink("nowhere", here.file("dangling"));
+    EXPECT_FALSE(is_directory(here.write("file", "")));
+    EXPECT_FALSE(is_directory(here.file("dangling")));
+    EXPECT_FALSE(is_directory(here.file("missing")));
+    EXPECT_FALSE(is_directory(""));
+}
