@@ -1,0 +1,152 @@
+"""The stage builder, and launches of its stages in a real JVM."""
+
+import os
+import subprocess
+
+import pytest
+
+from harness import (OPERATOR_HOME, Place, java_home, read_file, set_inventory, tool, tree, write_file)
+from stage import CopyHome, java_program
+
+TOOLS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tools")
+STAGE = f"{OPERATOR_HOME}/built"
+
+
+def build_stage(*arguments):
+    return subprocess.run(
+        [f"{TOOLS}/build-stage", "--launcher", tool("LAUNCHER"), "--catalogues",
+         tool("CATALOGUES"), *arguments], capture_output=True, text=True, check=False)
+
+
+@pytest.fixture(name="components")
+def fixture_components(root_as_new):
+    """Component directories of one's own: {name: NAME:VERSION=DIRECTORY}."""
+    del root_as_new
+    set_inventory()
+    top = f"{OPERATOR_HOME}/own"
+    os.makedirs(top)
+    write_file(f"{top}/zul/zul/jlib/TalInstaller.jar", read_file(tool("DEMO_JAR")))
+    write_file(f"{top}/zul/Expanded/zul/plain.txt", "as it is")
+    write_file(f"{top}/tessel/Tessel/jlib/tessel.jar", "x")
+    write_file(f"{top}/jre/jre/1/bin/java", java_program(), 0o755)
+    return {"zul": f"talvex.swd.zul:1.7.0.0.0={top}/zul",
+            "tessel": f"talvex.swd.tessel:2.0={top}/tessel",
+            "jre": f"talvex.swd.jre:1={top}/jre"}
+
+
+class BuiltStage(Place):
+    """The stage as the builder made it: nothing is laid out."""
+
+    def use_marked_catalogues(self):
+        pass
+
+
+def launched(arguments):
+    launcher = read_file(STAGE + "/install/setupLauncher")
+    stage = BuiltStage(STAGE + "/install")
+    assert read_file(stage.launcher) == launcher
+    return stage.launch(*arguments, timeout=60)
+
+
+def test_a_stage_holds_launcher_unzip_catalogues_parameter_file_and_components(components):
+    done = build_stage("--param", "MULTICD=FALSE", "--param", "JRE_MEMORY_OPTIONS=-Xmx64m -Xms8m",
+                       STAGE, *components.values())
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    found = tree(STAGE)
+    for name in ("install/setupLauncher", "install/unzip"):
+        assert found[name][1] == 0o755
+    assert read_file(STAGE + "/install/setupLauncher") == read_file(tool("LAUNCHER"))
+    assert {name for name in found if name.endswith(".nls")} == {
+        "install/resource/" + name for name in os.listdir(tool("CATALOGUES")) if name.endswith(".nls")}
+    assert found["install/talparam.ini"][2].decode().splitlines() == [
+        "[Talvex]", "DISTRIBUTION=TRUE", "ZUL_VERSION=1.7.0.0.0",
+        "JRE_LOCATION=../stage/Components/talvex.swd.jre/1/1/DataFiles",
+        "BOOTSTRAP_COMPS=talvex.swd.zul:1.7.0.0.0,talvex.swd.tessel:2.0,talvex.swd.jre:1",
+        "MULTICD=FALSE", "JRE_MEMORY_OPTIONS=-Xmx64m -Xms8m"]
+    data = "stage/Components/{}/1/DataFiles/{}"
+    for name, version in (("talvex.swd.zul", "1.7.0.0.0"), ("talvex.swd.tessel", "2.0"),
+                          ("talvex.swd.jre", "1")):
+        assert data.format(f"{name}/{version}", name + ".jar") in found
+    assert found[data.format("talvex.swd.zul/1.7.0.0.0", "Expanded/zul/plain.txt")][2] == b"as it is"
+    assert [name for name in os.listdir(OPERATOR_HOME) if name.startswith("built")] == ["built"]
+
+
+def test_a_built_stage_launches(components):
+    build_stage("--param", "MULTICD=FALSE", STAGE, *components.values())
+    launch = launched(["-silent", "-waitForCompletion"])
+    launch.assert_status(0)
+    assert launch.record.tree["zul/plain.txt"][2] == b"as it is"
+    assert launch.plain(launch.record.argv[0]) == "{SCRATCH}/jre/1/bin/java"
+    assert launch.scratches == []
+
+
+def test_the_sample_installer_runs_from_a_stage_on_the_unpacked_runtime(components):
+    runtime = f"{OPERATOR_HOME}/runtime"
+    subprocess.run([f"{java_home()}/bin/jlink", "--add-modules", "java.base", "--strip-debug",
+                    "--output", f"{runtime}/jre/17"], check=True, capture_output=True)
+    # The installer's main jar is looked for where the core component is brought to.
+    write_file(f"{OPERATOR_HOME}/core/zul/lib/README", "x")
+    done = build_stage("--param", "MULTICD=FALSE", STAGE, components["zul"],
+                       f"talvex.swd.zul.core:1.7.0.0.0={OPERATOR_HOME}/core",
+                       f"talvex.swd.jre:17={runtime}")
+    assert done.returncode == 0, done.stderr
+    launch = launched(["-silent", "-waitForCompletion", "DEMO_EXIT=5", "-rtimestamp", "now"])
+    launch.assert_status(5)
+    assert b"java home: [/tmp/TalInstallnow/jre/17]\n" in launch.stdout
+    assert b"sample installer: talvex.admkit.kst.kstc.KstcInstaller\n" in launch.stdout
+    assert launch.scratches == []
+
+
+def test_the_sample_installer_runs_from_copied_trees_in_a_real_jvm(root_as_new):
+    del root_as_new
+    set_inventory()
+    home = CopyHome()
+    os.unlink(home.jre + "/bin/java")
+    write_file(f"{home.trees}/zul/jlib/TalInstaller.jar", read_file(tool("DEMO_JAR")))
+    launch = home.launch("-silent", "-jreLoc", java_home(), "DEMO_EXIT=6", timeout=60)
+    launch.assert_status(6)
+    assert b"sample installer: talvex.admkit.kst.kstc.KstcInstaller\n" in launch.stdout
+    home.end()
+
+
+@pytest.mark.parametrize("wrong, said", [
+    (["name=/tmp"], "name=/tmp is not NAME:VERSION=DIRECTORY"),
+    (["a/b:1=/tmp"], "a/b is not a name of a component"),
+    (["name:x=/tmp"], "x is not a version: it must begin with a digit"),
+    (["name:1a=/tmp"], "1a is not a version (digits and dots)"),
+    (["name:1=/nowhere"], "the directory /nowhere of name does not exist"),
+    (["name:1=/tmp/empty"], "cannot pack /tmp/empty (is it empty?)"),
+    (["name:1=/tmp/full", "name:2=/tmp/full"], "the component name is named twice"),
+])
+def test_what_cannot_be_built_is_said_in_one_line_and_leaves_nothing(root_as_new, wrong, said):
+    del root_as_new
+    os.makedirs("/tmp/empty")
+    write_file("/tmp/full/file", "x")
+    done = build_stage(STAGE, *wrong)
+    assert done.returncode == 1
+    assert done.stderr.splitlines()[-1].startswith("build-stage: " + said)
+    assert done.stderr.count("build-stage: ") == 1
+    assert [name for name in os.listdir(OPERATOR_HOME) if name.startswith("built")] == []
+
+
+@pytest.mark.parametrize("options, said", [
+    (["--launcher", "/nowhere"], "no launcher at /nowhere"),
+    (["--catalogues", "/nowhere"], "no message catalogue at /nowhere/cons.nls"),
+    (["--unzip", "/nowhere"], "no unzip program at /nowhere; name one with --unzip"),
+    (["--param", "no line"], "no line is not a line KEY=VALUE of talparam.ini"),
+    (["--param", "A=1\nB=2"], "A=1\nB=2 is not a line KEY=VALUE of talparam.ini"),
+    (["--what"], "the option --what is not known"),
+])
+def test_a_wrong_option_is_said_and_leaves_nothing(components, options, said):
+    done = build_stage(*options, STAGE, components["zul"])
+    assert (done.returncode, done.stderr) == (1, f"build-stage: {said}\n")
+    assert not os.path.exists(STAGE)
+
+
+def test_a_stage_that_is_there_already_is_not_touched(components):
+    write_file(STAGE + "/mine", "kept")
+    done = build_stage(STAGE, components["zul"])
+    assert done.returncode == 1
+    assert done.stderr == (f"build-stage: {STAGE} is there already; name a stage that does not "
+                           "exist\n")
+    assert os.listdir(STAGE) == ["mine"]
