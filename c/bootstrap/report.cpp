@@ -4,20 +4,20 @@
 #include "setupLauncher/directory.h"
 #include "setupLauncher/paths.h"
 
+#include <algorithm>
 #include <sys/stat.h>
 #include <vector>
 
 namespace {
 
 // `parents` holds the directories above, so that a link back into one of them ends there.
-int count_files(const std::string& directory, std::vector<struct stat>& parents) {
-    struct stat here {};
-    if (stat(directory.c_str(), &here) != 0)
+int count_files(const std::string& directory, std::vector<DirectoryIdentity>& parents) {
+    struct stat found {};
+    if (stat(directory.c_str(), &found) != 0)
         return 0;
-    for (const struct stat& parent : parents) {
-        if (parent.st_dev == here.st_dev && parent.st_ino == here.st_ino)
-            return 0;
-    }
+    const DirectoryIdentity here{found.st_dev, found.st_ino};
+    if (std::find(parents.begin(), parents.end(), here) != parents.end())
+        return 0;
     parents.push_back(here);
     int count = 0;
     for (const std::string& name : directory_entries(directory).names) {
@@ -31,8 +31,10 @@ int count_files(const std::string& directory, std::vector<struct stat>& parents)
 } // namespace
 
 int CountAndLogFilesExtracted(const char* dest) {
-    std::vector<struct stat> parents;
-    return dest == nullptr ? 0 : count_files(dest, parents);
+    if (dest == nullptr)
+        return 0;
+    std::vector<DirectoryIdentity> parents = directories_above(dest);
+    return count_files(dest, parents);
 }
 
 void logBootStrapInformation(const std::string& tempLoc) {

@@ -21,6 +21,12 @@ std::vector<std::string> listed(const std::string& path) {
     return names;
 }
 
+DirectoryIdentity identity_of(const std::string& path) {
+    struct stat found {};
+    EXPECT_EQ(stat(path.c_str(), &found), 0) << path;
+    return {found.st_dev, found.st_ino};
+}
+
 int lowest_free_descriptor() {
     const int descriptor = dup(STDERR_FILENO);
     close(descriptor);
@@ -99,6 +105,30 @@ TEST(DirectoryEntries, HoldNoDescriptorAfterwards) {
     const int before = lowest_free_descriptor();
     directory_entries(here.path());
     EXPECT_EQ(lowest_free_descriptor(), before);
+}
+
+TEST(DirectoriesAbove, AreThoseThatAPathLiesInUpToTheRootDirectory) {
+    const TemporaryDirectory here;
+    std::filesystem::create_directories(here.file("a/b"));
+    std::vector<DirectoryIdentity> expected{identity_of(here.file("a"))};
+    for (std::filesystem::path above = here.path(); above != above.root_path();
+         above = above.parent_path())
+        expected.push_back(identity_of(above));
+    expected.push_back(identity_of("/"));
+    const std::vector<DirectoryIdentity> above = directories_above(here.file("a/b"));
+    EXPECT_TRUE(std::is_permutation(expected.begin(), expected.end(), above.begin(), above.end()));
+}
+
+TEST(DirectoriesAbove, OfALinkAreThoseOfWhatItLeadsTo) {
+    const TemporaryDirectory here;
+    std::filesystem::create_directories(here.file("a/b"));
+    std::filesystem::create_symlink("a/b", here.file("link"));
+    EXPECT_EQ(directories_above(here.file("link")), directories_above(here.file("a/b")));
+}
+
+TEST(DirectoriesAbove, OfAMissingPathAreNone) {
+    const TemporaryDirectory here;
+    EXPECT_TRUE(directories_above(here.file("missing")).empty());
 }
 
 TEST(IsDirectory, HoldsForADirectoryAndALinkToOne) {
