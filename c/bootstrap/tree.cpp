@@ -33,10 +33,6 @@ struct PendingDirectory {
     std::size_t parent = kNoParent;
 };
 
-std::string entry_path(const std::string& directory, const std::string& name) {
-    return directory.ends_with('/') ? directory + name : directory + "/" + name;
-}
-
 // A walk over a tree: the directories still to visit, and those that the tree's root lies in.
 struct Walk {
     std::vector<PendingDirectory> list;
@@ -66,9 +62,9 @@ bool visit_directory(Walk& walk, std::size_t at) {
         mkdir(here.dest.c_str(), kMadeDirectoryMode);
     for (const std::string& name : entries.names) {
         PendingDirectory next;
-        next.source = entry_path(here.source, name);
+        next.source = joined_path(here.source, name);
         if (walk.copying)
-            next.dest = entry_path(here.dest, name);
+            next.dest = joined_path(here.dest, name);
         struct stat found {};
         if (stat(next.source.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) {
             next.identity = {found.st_dev, found.st_ino};

@@ -1,16 +1,14 @@
 #include "bootstrap/version.h"
 
 #include "setupLauncher/directory.h"
+#include "setupLauncher/paths.h"
+#include "setupLauncher/text.h"
 
 #include <limits>
 
 namespace {
 
 constexpr int kLargestField = std::numeric_limits<int>::max();
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // A position in a version; past the end it reads as the NUL that ends a text.
 struct Cursor {
@@ -108,8 +106,8 @@ bool IsVersionLessThan(const char* tx1, const char* tx2) {
 const std::string& findHighestVersion(std::string& highestVersion, const std::string& verLoc) {
     std::string best = kLowestVersion;
     for (const std::string& name : directory_entries(verLoc).names) {
-        const std::string path = verLoc.ends_with('/') ? verLoc + name : verLoc + "/" + name;
-        if (is_directory(path) && kstxvl(best.c_str(), name.c_str(), kVersionFields))
+        if (is_directory(joined_path(verLoc, name)) &&
+            kstxvl(best.c_str(), name.c_str(), kVersionFields))
             best = name;
     }
     highestVersion = best;

@@ -1,5 +1,7 @@
 #include "nls/format.h"
 
+#include "setupLauncher/text.h"
+
 #include <algorithm>
 #include <charconv>
 #include <climits>
@@ -35,10 +37,6 @@ struct Reader {
         return index < args.size() ? &args[index] : nullptr;
     }
 };
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // Larger numbers count as this one; it only has to be beyond every text.
 constexpr int kLargestNumber = 100'000'000;

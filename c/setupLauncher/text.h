@@ -19,6 +19,10 @@ inline bool is_white_space(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+inline bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 // `text` without white space at both ends.
 inline std::string_view trimmed(std::string_view text) {
     while (!text.empty() && is_white_space(text.front()))
