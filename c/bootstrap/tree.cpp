@@ -1,12 +1,12 @@
 #include "bootstrap/tree.h"
 
+#include "bootstrap/tree_walk.h"
 #include "prereqchecks/install_log.h"
 #include "setupLauncher/directory.h"
 #include "setupLauncher/launcher_state.h"
 #include "setupLauncher/paths.h"
 #include "setupLauncher/status.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -23,67 +23,6 @@ constexpr std::size_t kCopyPiece = 1024;
 // The streams read and write this much at a time, so that small pieces cost no system calls.
 constexpr std::size_t kStreamBuffer = 128 * 1024;
 
-constexpr std::size_t kNoParent = static_cast<std::size_t>(-1);
-
-// A directory of the work list, with what tells it from every other one and where it was found.
-struct PendingDirectory {
-    std::string source;
-    std::string dest; // unused when the tree is deleted
-    DirectoryIdentity identity{};
-    std::size_t parent = kNoParent;
-};
-
-// A walk over a tree: the directories still to visit, and those that the tree's root lies in.
-struct Walk {
-    std::vector<PendingDirectory> list;
-    std::vector<DirectoryIdentity> above_root;
-    bool copying = false;
-};
-
-// Whether `found` is the directory `at` of the list or one that it lies in: only a link leads
-// there.
-bool is_own_ancestor(const Walk& walk, std::size_t at, const DirectoryIdentity& found) {
-    for (; at != kNoParent; at = walk.list[at].parent) {
-        if (walk.list[at].identity == found)
-            return true;
-    }
-    return std::find(walk.above_root.begin(), walk.above_root.end(), found) !=
-           walk.above_root.end();
-}
-
-// Handles the entries of directory `at`: files at once, directories by adding them to the list.
-// False when a file could not be copied.
-bool visit_directory(Walk& walk, std::size_t at) {
-    const PendingDirectory here = walk.list[at];
-    const DirectoryEntries entries = directory_entries(here.source);
-    if (!entries.opened)
-        return true;
-    if (walk.copying)
-        mkdir(here.dest.c_str(), kMadeDirectoryMode);
-    for (const std::string& name : entries.names) {
-        PendingDirectory next;
-        next.source = joined_path(here.source, name);
-        if (walk.copying)
-            next.dest = joined_path(here.dest, name);
-        struct stat found {};
-        if (stat(next.source.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) {
-            next.identity = {found.st_dev, found.st_ino};
-            if (is_own_ancestor(walk, at, next.identity)) {
-                if (!walk.copying)
-                    unlink(next.source.c_str()); // a mere link, else its directory could not go
-                continue;
-            }
-            next.parent = at;
-            walk.list.push_back(std::move(next));
-        } else if (!walk.copying) {
-            unlink(next.source.c_str());
-        } else if (copyFile(next.source.c_str(), next.dest.c_str()) != kOk) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // Copies until the end of `in`; false as soon as less is written than was read.
 bool copy_stream(std::FILE* in, std::FILE* out) {
     std::array<char, kCopyPiece> piece{};
@@ -96,63 +35,78 @@ bool copy_stream(std::FILE* in, std::FILE* out) {
     }
 }
 
-void set_permission_below(const std::string& directory, mode_t mode,
-                          std::vector<DirectoryIdentity>& parents);
-
-void set_permission_of_entry(const std::string& path, mode_t mode,
-                             std::vector<DirectoryIdentity>& parents) {
-    DIR* opened = opendir(path.c_str());
-    if (opened != nullptr) {
-        closedir(opened);
-        if (chmod(path.c_str(), mode) != 0) {
-            complain_errno("S_ERPERM_1", path);
-            return;
+int copy_tree(const std::string& source, const std::string& dest) {
+    TreeWalk walk = walk_over(source);
+    std::string here;
+    while (next_step(walk)) {
+        if (walk.step == WalkStep::kDirectoryOpened) {
+            here = path_in_list(walk, walk.directory, dest);
+            mkdir(here.c_str(), kMadeDirectoryMode);
+            if (walk.directory == 0)
+                walk.left_out = directory_identity(dest); // it may lie in the source
+        } else if (walk.step == WalkStep::kFile &&
+                   copyFile(entry_path(walk).c_str(), joined_path(here, walk.name).c_str()) !=
+                       kOk) {
+            end_walk(walk);
+            return kFailed;
         }
-        set_permission_below(path, mode, parents);
-    } else if (errno == ENOTDIR) {
-        errno = 0;
-        if (chmod(path.c_str(), mode) != 0)
-            complain_errno("S_ERPERM_2", path);
-    } else {
-        complain_errno("S_ERFILE_MISSING", path);
     }
+    return kOk;
 }
 
-void set_permission_below(const std::string& directory, mode_t mode,
-                          std::vector<DirectoryIdentity>& parents) {
+void delete_tree(const std::string& root) {
+    TreeWalk walk = walk_over(root);
+    while (next_step(walk)) {
+        // A link back is a mere link; while it stood, its directory could not go.
+        if (walk.step == WalkStep::kFile || walk.step == WalkStep::kLinkBack)
+            unlinkat(dirfd(walk.open), walk.name.c_str(), 0);
+    }
+    for (std::size_t left = directory_count(walk); left > 0; --left)
+        rmdir(path_in_list(walk, left - 1, root).c_str());
+}
+
+// Whether `path` can be opened as a directory; if not, errno says why.
+bool opens_as_directory(const std::string& path) {
+    DIR* opened = opendir(path.c_str());
+    if (opened == nullptr)
+        return false;
+    closedir(opened);
+    return true;
+}
+
+// Gives a file, the entry that the walk's last step met, the mode.
+void set_permission_of_file(const TreeWalk& walk, mode_t mode) {
+    const std::string path = entry_path(walk);
+    if (chmod(path.c_str(), mode) == 0)
+        return;
+    const int reason = errno;
     struct stat found {};
-    if (stat(directory.c_str(), &found) != 0)
+    if (stat(path.c_str(), &found) != 0) {
+        complain_errno("S_ERFILE_MISSING", path); // a link that leads nowhere, say
         return;
-    const DirectoryIdentity here{found.st_dev, found.st_ino};
-    if (std::find(parents.begin(), parents.end(), here) != parents.end())
-        return;
-    parents.push_back(here);
-    for (const std::string& name : directory_entries(directory).names)
-        set_permission_of_entry(directory + "/" + name, mode, parents);
-    parents.pop_back();
+    }
+    errno = reason;
+    complain_errno("S_ERPERM_2", path);
+}
+
+// The same for a directory, or a link to one; where that fails, its entries keep their modes.
+void set_permission_of_directory(TreeWalk& walk, mode_t mode) {
+    const std::string path = entry_path(walk);
+    if (!opens_as_directory(path)) {
+        complain_errno("S_ERFILE_MISSING", path);
+    } else if (chmod(path.c_str(), mode) != 0) {
+        complain_errno("S_ERPERM_1", path);
+        if (walk.step == WalkStep::kDirectory)
+            pass_over_directory(walk);
+    }
 }
 
 } // namespace
 
 int CopyDirRecursive(const char* source, const char* dest) {
-    Walk walk;
-    walk.copying = dest != nullptr;
-    walk.above_root = directories_above(source);
-    PendingDirectory root;
-    root.source = source;
-    root.dest = walk.copying ? dest : "";
-    struct stat found {};
-    if (stat(source, &found) == 0)
-        root.identity = {found.st_dev, found.st_ino};
-    walk.list.push_back(std::move(root));
-    for (std::size_t at = 0; at < walk.list.size(); ++at) {
-        if (!visit_directory(walk, at))
-            return kFailed;
-    }
-    if (!walk.copying) {
-        for (std::size_t left = walk.list.size(); left > 0; --left)
-            rmdir(walk.list[left - 1].source.c_str());
-    }
+    if (dest != nullptr)
+        return copy_tree(source, dest);
+    delete_tree(source);
     return kOk;
 }
 
@@ -169,9 +123,12 @@ int copyFile(const char* source, const char* dest) {
     }
     if (in != nullptr)
         std::fclose(in);
+    if (out == nullptr)
+        chmod(dest, kCopiedFileMode); // what is there and could not be opened
+    else
+        fchmod(fileno(out), kCopiedFileMode);
     if (out != nullptr && std::fclose(out) != 0)
         copied = false;
-    chmod(dest, kCopiedFileMode);
     return copied ? kOk : kFailed;
 }
 
@@ -187,8 +144,13 @@ void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursiv
     }
     if (p_bRecursive <= 0)
         return;
-    std::vector<DirectoryIdentity> parents = directories_above(p_strFilePath);
-    set_permission_below(p_strFilePath, mode, parents);
+    TreeWalk walk = walk_over(p_strFilePath);
+    while (next_step(walk)) {
+        if (walk.step == WalkStep::kFile)
+            set_permission_of_file(walk, mode);
+        else if (walk.step != WalkStep::kDirectoryOpened)
+            set_permission_of_directory(walk, mode);
+    }
 }
 
 int CopyJars(const std::string& source, const std::string& dest, const std::string& startupLoc) {

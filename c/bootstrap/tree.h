@@ -1,7 +1,8 @@
 // The file-system work of the bootstrap: trees are copied, deleted, given modes and unpacked.
 //
-// Owns: the walk over a tree, the modes of what it makes, the unzip command. Leaves to others:
-// which trees, and what is said when a copy fails (bootstrap); reading one directory (directory).
+// Owns: what is done with each entry of a tree, the modes of what it makes, the unzip command.
+// Leaves to others: which trees, and what is said when a copy fails (bootstrap); the way through a
+// tree (tree_walk).
 //
 // Links are followed, everywhere: what a link leads to is copied, and deleted, like what lies in
 // the tree. Only a link back into one of its own parents is not followed, so that every walk ends.

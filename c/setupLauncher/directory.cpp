@@ -2,8 +2,28 @@
 
 #include <climits>
 #include <cstdlib>
-#include <dirent.h>
+#include <string_view>
 #include <sys/stat.h>
+
+namespace {
+
+constexpr std::size_t kEntriesAtOnce = 4096;
+
+bool is_own_or_parent(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+#ifdef _DIRENT_HAVE_D_TYPE
+bool is_plain_file(const dirent& entry) {
+    return entry.d_type == DT_REG;
+}
+#else
+bool is_plain_file(const dirent&) {
+    return false; // these directories do not tell
+}
+#endif
+
+} // namespace
 
 DirectoryEntries directory_entries(const std::string& path) {
     DirectoryEntries entries;
@@ -14,11 +34,30 @@ DirectoryEntries directory_entries(const std::string& path) {
     for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
         entries.empty = false;
         std::string name(entry->d_name);
-        if (name != "." && name != "..")
+        if (!is_own_or_parent(name))
             entries.names.push_back(std::move(name));
     }
     closedir(directory);
     return entries;
+}
+
+bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory) {
+    entries.clear();
+    while (entries.size() < kEntriesAtOnce) {
+        const dirent* entry = readdir(directory);
+        if (entry == nullptr)
+            break;
+        if (!is_own_or_parent(entry->d_name))
+            entries.push_back({entry->d_name, is_plain_file(*entry)});
+    }
+    return !entries.empty();
+}
+
+DirectoryIdentity directory_identity(const std::string& path) {
+    struct stat found {};
+    if (stat(path.c_str(), &found) != 0)
+        return {};
+    return {found.st_dev, found.st_ino};
 }
 
 std::vector<DirectoryIdentity> directories_above(const std::string& path) {
@@ -29,9 +68,7 @@ std::vector<DirectoryIdentity> directories_above(const std::string& path) {
     std::string directory(absolute.data());
     while (directory.size() > 1) {
         directory.resize(directory.rfind('/'));
-        struct stat found {};
-        if (stat(directory.empty() ? "/" : directory.c_str(), &found) == 0)
-            above.push_back({found.st_dev, found.st_ino});
+        above.push_back(directory_identity(directory.empty() ? "/" : directory));
     }
     return above;
 }

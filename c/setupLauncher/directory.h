@@ -1,9 +1,11 @@
 // Reading directories.
 //
-// Owns: the list of a directory's entries and the question whether a path is a directory. Leaves to
-// others: what is done with the entries (bootstrap/tree walks whole trees).
+// Owns: the list of a directory's entries, whole or some at a time, and the question whether a path
+// is a directory. Leaves to others: what is done with the entries (bootstrap/tree_walk goes through
+// whole trees).
 #pragma once
 
+#include <dirent.h>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -14,9 +16,6 @@ struct DirectoryEntries {
     std::vector<std::string> names; // all entries but "." and "..", as the directory lists them
 };
 
-// The entries of `path`. The directory is closed again, so deep walks hold no descriptors.
-DirectoryEntries directory_entries(const std::string& path);
-
 // What tells a directory from every other one, by whatever path it is reached.
 struct DirectoryIdentity {
     dev_t device;
@@ -24,6 +23,23 @@ struct DirectoryIdentity {
 
     bool operator==(const DirectoryIdentity&) const = default;
 };
+
+// The entries of `path`.
+DirectoryEntries directory_entries(const std::string& path);
+
+// One entry of a directory.
+struct DirectoryEntry {
+    std::string name;
+    bool is_plain_file; // the directory says so; where it says nothing, or another kind, false
+};
+
+// The next entries of `directory` but "." and "..", a few thousand at the most: enough that hardly
+// a directory is changed while it is still being read, and no more memory however many there are.
+// False at the end of the directory, and when it cannot be read any further.
+bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory);
+
+// Which directory `path` is or leads to; none for what cannot be asked.
+DirectoryIdentity directory_identity(const std::string& path);
 
 // The directories that `path` lies in, up to the root directory; none when it cannot be resolved.
 std::vector<DirectoryIdentity> directories_above(const std::string& path);

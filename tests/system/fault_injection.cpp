@@ -33,6 +33,7 @@
 #include <cstdlib>
 #include <cstring>
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's name
 extern "C" void* __libc_malloc(std::size_t size);
 
 namespace {
@@ -239,8 +240,16 @@ int chmod(const char* path, mode_t mode) noexcept {
     CALL(kChmod, -1, "chmod", int (*)(const char*, mode_t), path, mode);
 }
 
+int fchmod(int descriptor, mode_t mode) noexcept {
+    CALL(kChmod, -1, "fchmod", int (*)(int, mode_t), descriptor, mode);
+}
+
 int unlink(const char* path) noexcept {
     CALL(kUnlink, -1, "unlink", int (*)(const char*), path);
+}
+
+int unlinkat(int directory, const char* path, int flags) noexcept {
+    CALL(kUnlink, -1, "unlinkat", int (*)(int, const char*, int), directory, path, flags);
 }
 
 int rmdir(const char* path) noexcept {
@@ -269,6 +278,11 @@ DIR* opendir(const char* path) {
 
 int stat(const char* path, struct stat* found) noexcept {
     CALL(kStat, -1, "stat", int (*)(const char*, struct stat*), path, found);
+}
+
+int fstatat(int directory, const char* path, struct stat* found, int flags) noexcept {
+    CALL(kStat, -1, "fstatat", int (*)(int, const char*, struct stat*, int), directory, path, found,
+         flags);
 }
 
 int chdir(const char* path) noexcept {

@@ -107,6 +107,50 @@ TEST(DirectoryEntries, HoldNoDescriptorAfterwards) {
     EXPECT_EQ(lowest_free_descriptor(), before);
 }
 
+TEST(NextEntries, NameEveryEntryOnceHoweverManyThereAre) {
+    const TemporaryDirectory here;
+    for (int i = 0; i < 9000; ++i)
+        here.write(std::to_string(i), "");
+    DIR* directory = opendir(here.path().c_str());
+    ASSERT_NE(directory, nullptr);
+    std::vector<DirectoryEntry> entries;
+    std::vector<std::string> names;
+    int rounds = 0;
+    while (next_entries(entries, directory)) {
+        ++rounds;
+        for (const DirectoryEntry& entry : entries)
+            names.push_back(entry.name);
+    }
+    EXPECT_TRUE(entries.empty());
+    closedir(directory);
+    EXPECT_GT(rounds, 1);
+    EXPECT_EQ(names, listed(here.path()));
+}
+
+TEST(NextEntries, TakeNothingButAPlainFileForOne) {
+    const TemporaryDirectory here;
+    here.write("file", "");
+    std::filesystem::create_directory(here.file("directory"));
+    std::filesystem::create_symlink("file", here.file("link"));
+    ASSERT_EQ(mkfifo(here.file("pipe").c_str(), 0600), 0);
+    DIR* directory = opendir(here.path().c_str());
+    ASSERT_NE(directory, nullptr);
+    std::vector<DirectoryEntry> entries;
+    EXPECT_TRUE(next_entries(entries, directory));
+    closedir(directory);
+    EXPECT_EQ(entries.size(), 4U);
+    // A system whose directories do not tell takes not even the file for one.
+    for (const DirectoryEntry& entry : entries)
+        EXPECT_TRUE(entry.name == "file" || !entry.is_plain_file) << entry.name;
+}
+
+TEST(DirectoryIdentity, IsThatOfWhatALinkLeadsTo) {
+    const TemporaryDirectory here;
+    std::filesystem::create_symlink(".", here.file("link"));
+    EXPECT_EQ(directory_identity(here.file("link")), identity_of(here.path()));
+    EXPECT_EQ(directory_identity(here.file("missing")), DirectoryIdentity{});
+}
+
 TEST(DirectoriesAbove, AreThoseThatAPathLiesInUpToTheRootDirectory) {
     const TemporaryDirectory here;
     std::filesystem::create_directories(here.file("a/b"));

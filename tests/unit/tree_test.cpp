@@ -173,6 +173,29 @@ TEST_F(CopyOfATree, MayLieInsideItsSource) {
             {"a/", ""}, {"a/file", "1"}, {"copy/", ""}, {"copy/a/", ""}, {"copy/a/file", "1"}}));
 }
 
+TEST_F(CopyOfATree, IsNotCopiedIntoItselfWhenItAlreadyLiesInItsSource) {
+    make_file("tree/a/file", "1");
+    make_file("tree/copy/old", "2");
+    EXPECT_EQ(copied_tree(tree, tree + "/copy"), kOk);
+    EXPECT_EQ(contents_of(tree + "/copy"), (Contents{{"a/", ""}, {"a/file", "1"}, {"old", "2"}}));
+}
+
+TEST_F(CopyOfATree, HasNoLargestNumberOfEntriesInADirectory) {
+    const int count = 4200; // more than are read at a time
+    for (int i = 0; i < count; ++i)
+        make_link("tree/" + std::to_string(i), "../file");
+    make_link("tree/directory", "../directory");
+    make_file("file", "1");
+    make_file("directory/file", "2");
+    EXPECT_EQ(copied_tree(tree, copy), kOk);
+    const Contents copied = contents_of(copy);
+    EXPECT_EQ(copied.size(), count + 2U);
+    EXPECT_TRUE(copied.contains(std::to_string(count - 1)));
+    EXPECT_TRUE(copied.contains("directory/file"));
+    EXPECT_EQ(deleted_tree(copy), kOk);
+    EXPECT_FALSE(exists(copy));
+}
+
 TEST_F(CopyOfATree, CutsNoPathWhateverItsLength) {
     std::string deep;
     for (int depth = 0; depth < 9; ++depth)

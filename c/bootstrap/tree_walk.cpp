@@ -1,0 +1,128 @@
+#include "bootstrap/tree_walk.h"
+
+#include "setupLauncher/paths.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
+
+namespace {
+
+// Whether `found` is a directory in which the entries of the open one lie.
+bool holds_open_directory(const TreeWalk& walk, const DirectoryIdentity& found) {
+    for (std::size_t at = walk.directory;; at = walk.slots[at - 1].parent) {
+        if (directory_identity(path_in_list(walk, at, walk.root)) == found)
+            return true;
+        if (at == 0)
+            break;
+    }
+    return std::find(walk.above_root.begin(), walk.above_root.end(), found) !=
+           walk.above_root.end();
+}
+
+// What the entry `walk.name` of the open directory is, and for a directory which one.
+WalkStep entry_kind(DirectoryIdentity& identity, const TreeWalk& walk) {
+    const int directory = dirfd(walk.open);
+    struct stat found {};
+    bool linked = false;
+    int asked = fstatat(directory, walk.name.c_str(), &found, AT_SYMLINK_NOFOLLOW);
+    if (asked == 0 && S_ISLNK(found.st_mode)) {
+        linked = true;
+        asked = fstatat(directory, walk.name.c_str(), &found, 0);
+    }
+    if (asked != 0 || !S_ISDIR(found.st_mode))
+        return WalkStep::kFile;
+    identity = {found.st_dev, found.st_ino};
+    return linked && holds_open_directory(walk, identity) ? WalkStep::kLinkBack
+                                                          : WalkStep::kDirectory;
+}
+
+void add_to_list(TreeWalk& walk) {
+    walk.slots.push_back({walk.directory, walk.names.size()});
+    walk.names.append(walk.name).push_back('\0');
+}
+
+// Opens the next directory of the list that can be read.
+bool open_next_directory(TreeWalk& walk) {
+    while (walk.next_directory < directory_count(walk)) {
+        walk.directory = walk.next_directory++;
+        walk.directory_path = path_in_list(walk, walk.directory, walk.root);
+        walk.open = opendir(walk.directory_path.c_str());
+        if (walk.open == nullptr)
+            continue;
+        walk.step = WalkStep::kDirectoryOpened;
+        return true;
+    }
+    return false;
+}
+
+// Makes the next entry of the open directory the current one; false, and closed, at its end.
+bool take_next_entry(TreeWalk& walk) {
+    for (;;) {
+        if (walk.next_entry == walk.entries.size()) {
+            walk.next_entry = 0;
+            if (!next_entries(walk.entries, walk.open)) {
+                end_walk(walk);
+                return false;
+            }
+        }
+        DirectoryEntry& entry = walk.entries[walk.next_entry++];
+        std::swap(walk.name, entry.name);
+        DirectoryIdentity identity{};
+        walk.step = entry.is_plain_file ? WalkStep::kFile : entry_kind(identity, walk);
+        if (walk.step != WalkStep::kDirectory)
+            return true;
+        if (identity != walk.left_out) {
+            add_to_list(walk);
+            return true;
+        }
+    }
+}
+
+} // namespace
+
+TreeWalk walk_over(const std::string& root) {
+    TreeWalk walk;
+    walk.root = root;
+    walk.above_root = directories_above(root);
+    return walk;
+}
+
+bool next_step(TreeWalk& walk) {
+    if (walk.open != nullptr && take_next_entry(walk))
+        return true;
+    return open_next_directory(walk);
+}
+
+void pass_over_directory(TreeWalk& walk) {
+    walk.names.resize(walk.slots.back().name);
+    walk.slots.pop_back();
+}
+
+void end_walk(TreeWalk& walk) {
+    if (walk.open != nullptr)
+        closedir(walk.open);
+    walk.open = nullptr;
+    walk.entries.clear();
+    walk.next_entry = 0;
+}
+
+std::string entry_path(const TreeWalk& walk) {
+    return joined_path(walk.directory_path, walk.name);
+}
+
+std::size_t directory_count(const TreeWalk& walk) {
+    return walk.slots.size() + 1;
+}
+
+std::string path_in_list(const TreeWalk& walk, std::size_t at, const std::string& root) {
+    std::vector<const char*> names;
+    for (; at != 0; at = walk.slots[at - 1].parent)
+        names.push_back(walk.names.c_str() + walk.slots[at - 1].name);
+    std::string path = root;
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
+        path = joined_path(std::move(path), *name);
+    return path;
+}

@@ -1,0 +1,73 @@
+// The walk over a tree, breadth first and one step at a time.
+//
+// Owns: the work list of directories, the reading of their entries, the question which links lead
+// back to a directory that they lie in. Leaves to others: what is done with what a step met (tree,
+// report).
+//
+// Links are followed; only one that leads back is not, so every walk ends. A directory costs the
+// list its name and two numbers, and entries are read some at a time, so memory stays small
+// whatever the tree. One directory is open at a time, however deep the tree is.
+#pragma once
+
+#include "setupLauncher/directory.h"
+
+#include <dirent.h>
+#include <string>
+#include <vector>
+
+// What a step of a walk met.
+enum class WalkStep {
+    kDirectoryOpened, // a directory of the list; the steps for its entries follow
+    kDirectory,       // an entry that is a directory or leads to one; visited later
+    kFile,            // any other entry, also one about which nothing can be learnt
+    kLinkBack,        // an entry that leads to a directory in which it lies itself; not visited
+};
+
+// A directory of the work list: the place of its parent in the list, and of its name in `names`.
+struct WalkSlot {
+    std::size_t parent;
+    std::size_t name;
+};
+
+struct TreeWalk {
+    // What the last step met.
+    WalkStep step = WalkStep::kDirectoryOpened;
+    std::size_t directory = 0;  // the open directory's place in the list
+    std::string directory_path; // and its path
+    DIR* open = nullptr;        // and itself, so that work on an entry need not search its path
+    std::string name;           // of the entry
+
+    // A directory that is as if it were not there.
+    DirectoryIdentity left_out{};
+
+    // The walk's own.
+    std::string root;
+    std::vector<DirectoryIdentity> above_root;
+    std::vector<WalkSlot> slots; // without the root, so slots[0] is directory 1
+    std::string names;           // each ends in a NUL
+    std::size_t next_directory = 0;
+    std::vector<DirectoryEntry> entries;
+    std::size_t next_entry = 0;
+};
+
+// A walk over the tree at `root`; a `root` that is no directory or cannot be read has no steps.
+TreeWalk walk_over(const std::string& root);
+
+// Takes the next step; false at the end of the walk. Directories that cannot be read are left out
+// without a word.
+bool next_step(TreeWalk& walk);
+
+// Keeps the walk out of the directory that the last step, a kDirectory, met.
+void pass_over_directory(TreeWalk& walk);
+
+// Ends a walk before its end.
+void end_walk(TreeWalk& walk);
+
+// The path of the entry that the last step met.
+std::string entry_path(const TreeWalk& walk);
+
+// How many directories the walk has met, the root included.
+std::size_t directory_count(const TreeWalk& walk);
+
+// The path of directory `at` of the list when the tree's root is called `root`.
+std::string path_in_list(const TreeWalk& walk, std::size_t at, const std::string& root);
