@@ -15,7 +15,7 @@ constexpr mode_t kStartMask = 077;
 void open_standard_streams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1)
-            open("/dev/null", O_RDWR); // takes the lowest free number, which is this one
+            static_cast<void>(open("/dev/null", O_RDWR)); // the lowest free number is this one
     }
 }
 

@@ -5,7 +5,10 @@
 
 namespace {
 
+constexpr std::uint32_t kHashFactor = 61;
+
 void release(const char* text) {
+    // NOLINTNEXTLINE(*-const-cast): the table owns its texts
     std::free(const_cast<char*>(text));
 }
 
@@ -17,8 +20,9 @@ std::uint32_t symtab_hashcode(const char* key) {
         for (; *key != '\0'; ++key) {
             // Bytes count as signed whatever char is here: the buckets of accented keys depend on
             // it.
+            // NOLINTNEXTLINE(bugprone-signed-char-misuse): meant
             const auto byte = static_cast<std::int32_t>(static_cast<signed char>(*key));
-            accumulator = accumulator * 61U + static_cast<std::uint32_t>(byte);
+            accumulator = accumulator * kHashFactor + static_cast<std::uint32_t>(byte);
         }
     }
     return accumulator % static_cast<std::uint32_t>(kSymtabBuckets);

@@ -67,13 +67,13 @@ bool output_may_be_replaced(const Arguments& arguments) {
 // Reports what is wrong with a text, whatever it is; true when nothing is.
 bool text_is_sound(const CatalogueFile& file, const CatalogueEntry& entry,
                    const std::string& text) {
-    for (const std::string& problem : {check_text(text), check_record_size(entry.key, text)}) {
-        if (!problem.empty()) {
-            report_problem(file.path, entry.line, entry.key, problem);
-            return false;
-        }
-    }
-    return true;
+    std::string problem = check_text(text);
+    if (problem.empty())
+        problem = check_record_size(entry.key, text);
+    if (problem.empty())
+        return true;
+    report_problem(file.path, entry.line, entry.key, problem);
+    return false;
 }
 
 void add_record(std::string& records, const std::string& key, const std::string& text) {

@@ -17,6 +17,7 @@
 #include <type_traits>
 
 // A question of the leak checker, in builds that have one: the library keeps some of what it reads.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker's name
 extern "C" int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off() {
     return 1;
@@ -45,6 +46,8 @@ bool starts_keyword(std::string_view line, std::string_view keyword) {
     return next == '\0' || next == '"' || next == ' ' || next == '\t';
 }
 
+constexpr int kNoDigit = 99; // in no base
+
 int digit_value(char c) {
     if (c >= '0' && c <= '9')
         return c - '0';
@@ -52,7 +55,7 @@ int digit_value(char c) {
         return c - 'a' + 10;
     if (c >= 'A' && c <= 'F')
         return c - 'A' + 10;
-    return 99;
+    return kNoDigit;
 }
 
 // The byte that "\" and up to `most` digits from `at` on stand for; the value wraps as a byte does.
@@ -123,15 +126,17 @@ void report_from_library(int severity, po_message_t message, const char* filenam
 }
 
 extern "C" void on_problem(int severity, po_message_t message, const char* filename,
-                           std::size_t line, std::size_t, int, const char* text) {
+                           std::size_t line, std::size_t /*column*/, int /*multiline*/,
+                           const char* text) {
     report_from_library(severity, message, filename, line, text);
 }
 
 // Two places: the second is the earlier entry, which alone is at hand as a message.
 extern "C" void on_double_problem(int severity, po_message_t message, const char* filename,
-                                  std::size_t line, std::size_t, int, const char* text,
-                                  po_message_t earlier, const char*, std::size_t, std::size_t, int,
-                                  const char*) {
+                                  std::size_t line, std::size_t /*column*/, int /*multiline*/,
+                                  const char* text, po_message_t earlier, const char* /*filename2*/,
+                                  std::size_t /*line2*/, std::size_t /*column2*/,
+                                  int /*multiline2*/, const char* /*text2*/) {
     report_from_library(severity, message == nullptr ? earlier : message, filename, line, text);
 }
 

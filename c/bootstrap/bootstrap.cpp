@@ -51,7 +51,7 @@ void log_time(const char* line, const std::string& name, const timeval& start) {
     const timeval end = now();
     const auto microseconds = static_cast<float>(end.tv_usec - start.tv_usec);
     const auto seconds = static_cast<float>(end.tv_sec - start.tv_sec);
-    const double elapsed = static_cast<double>(microseconds / 1000000 + seconds);
+    const auto elapsed = static_cast<double>(microseconds / 1000000 + seconds);
     writeToTimeLog(format_text(line, {name, elapsed}));
 }
 

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kCopyPiece = 1024;
 // The streams read and write this much at a time, so that small pieces cost no system calls.
-constexpr std::size_t kStreamBuffer = 128 * 1024;
+constexpr std::size_t kStreamBuffer = std::size_t{128} * 1024;
 
 // Copies until the end of `in`; false as soon as less is written than was read.
 bool copy_stream(std::FILE* in, std::FILE* out) {
@@ -159,6 +159,7 @@ int CopyJars(const std::string& source, const std::string& dest, const std::stri
                                 (launcher_state::_bDebug ? " -o " : " -qqqo ") +
                                 shell_word(source) + "/\\*.jar -d " + shell_word(dest) + " ";
     std::fflush(stdout);
+    // NOLINTNEXTLINE(cert-env33-c): a command of the shell, with its paths quoted
     const int status = std::system(command.c_str());
     setPermission(dest.c_str(), kUnpackedMode, 1);
     record("S_UNZIP_COMMANDLINE");

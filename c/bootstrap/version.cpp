@@ -15,10 +15,10 @@ struct Cursor {
     std::string_view text;
     std::size_t at = 0;
 
-    char current() const {
+    [[nodiscard]] char current() const {
         return at < text.size() ? text[at] : '\0';
     }
-    bool at_end() const {
+    [[nodiscard]] bool at_end() const {
         return at >= text.size();
     }
 };

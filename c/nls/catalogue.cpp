@@ -20,8 +20,12 @@ const char* encoding = nullptr;
 std::string user_locale;
 std::string resource_directory;
 
-iconv_t invalid_converter() {
-    return reinterpret_cast<iconv_t>(-1); // what iconv_open itself returns for a failure
+// The character set of the catalogue files.
+constexpr std::string_view kCatalogueCharset = "UTF-8";
+
+iconv_t invalid_converter() noexcept {
+    // NOLINTNEXTLINE(*-reinterpret-cast, performance-no-int-to-ptr): what iconv_open itself returns
+    return reinterpret_cast<iconv_t>(-1);
 }
 
 iconv_t convDes = invalid_converter();
@@ -29,10 +33,11 @@ iconv_t convDes = invalid_converter();
 // iconv takes the input as char** on some systems and as const char** on others.
 struct InputPointer {
     char** pointer;
-    operator char**() const { // NOLINT: the conversion is the purpose
+    operator char**() const {
         return pointer;
     }
-    operator const char**() const { // NOLINT
+    operator const char**() const {
+        // NOLINTNEXTLINE(*-const-cast): adds a const, and iconv writes to no input
         return const_cast<const char**>(pointer);
     }
 };
@@ -48,7 +53,7 @@ std::string convert(std::string& text) {
     std::size_t out_left = kMaxCatalogueRecord;
     iconv(convDes, nullptr, nullptr, nullptr, nullptr);
     iconv(convDes, InputPointer{&in}, &in_left, &out, &out_left);
-    return std::string(converted.data(), static_cast<std::size_t>(out - converted.data()));
+    return {converted.data(), static_cast<std::size_t>(out - converted.data())};
 }
 
 void add_record(symtab_t* table, const std::string& record) {
@@ -74,7 +79,7 @@ void add_record(symtab_t* table, const std::string& record) {
         return;
     }
     symtab_add(table, key_copy, text_copy);
-}
+} // NOLINT(clang-analyzer-unix.Malloc): the table has taken over both copies
 
 void load(symtab_t* table, std::FILE* fp) {
     if (fp == nullptr || table == nullptr)
@@ -103,12 +108,12 @@ bool load_file(const std::string& name, void (*loader)(std::FILE*)) {
 
 void open_converter() {
     needToConv = 1;
-    convDes = iconv_open(encoding, "UTF-8");
+    convDes = iconv_open(encoding, kCatalogueCharset.data());
     if (convDes != invalid_converter())
         return;
     // Some systems say ISO8859-15 where their converters say 8859-15.
     if (std::strlen(encoding) > 3)
-        convDes = iconv_open(encoding + 3, "UTF-8");
+        convDes = iconv_open(encoding + 3, kCatalogueCharset.data());
     if (convDes != invalid_converter())
         return;
     std::fputs("\nERROR: Unable to convert from \"UTF-8\" to \"", stderr);
@@ -162,7 +167,8 @@ int nls_open(const char* cmd) {
         locale = "zh_CN"; // the one bare language name that stands for a country's texts
     encoding = nl_langinfo(CODESET);
     needToConv = 0;
-    if (encoding != nullptr && strncasecmp(encoding, "UTF-8", 5) != 0)
+    if (encoding != nullptr &&
+        strncasecmp(encoding, kCatalogueCharset.data(), kCatalogueCharset.size()) != 0)
         open_converter();
 
     bool any = load_file("cons_" + locale + ".nls", nls_loadcat);

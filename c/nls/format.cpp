@@ -3,9 +3,11 @@
 #include "setupLauncher/text.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <system_error>
 
@@ -30,10 +32,10 @@ struct Reader {
     std::span<const FormatArg> args;
     std::size_t next_arg = 0;
 
-    char peek() const {
+    [[nodiscard]] char peek() const {
         return at < text.size() ? text[at] : '\0';
     }
-    const FormatArg* arg(std::size_t index) const {
+    [[nodiscard]] const FormatArg* arg(std::size_t index) const {
         return index < args.size() ? &args[index] : nullptr;
     }
 };
@@ -184,6 +186,23 @@ unsigned long long as_unsigned(const Directive& directive, long long number) {
     return static_cast<unsigned long long>(number);
 }
 
+// The digits of `magnitude`, with zeros before them up to the directive's precision.
+std::string digits_of(const Directive& directive, unsigned long long magnitude, int base) {
+    std::array<char, std::numeric_limits<unsigned long long>::digits> digits{};
+    char* const end =
+        std::to_chars(digits.data(), digits.data() + digits.size(), magnitude, base).ptr;
+    std::string body(digits.data(), end);
+    if (directive.precision) {
+        if (*directive.precision == 0 && magnitude == 0)
+            body.clear();
+        const auto precision =
+            static_cast<std::size_t>(std::min(*directive.precision, kMaxFormatWidth));
+        if (body.size() < precision)
+            body.insert(0, precision - body.size(), '0');
+    }
+    return body;
+}
+
 std::string format_whole(const Directive& directive, long long number) {
     std::string_view prefix;
     unsigned long long magnitude = 0;
@@ -199,17 +218,7 @@ std::string format_whole(const Directive& directive, long long number) {
         if (directive.conversion == 'x' || directive.conversion == 'X')
             base = 16;
     }
-    char digits[72];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), magnitude, base).ptr;
-    std::string body(std::begin(digits), end);
-    if (directive.precision) {
-        if (*directive.precision == 0 && magnitude == 0)
-            body.clear();
-        const auto precision =
-            static_cast<std::size_t>(std::min(*directive.precision, kMaxFormatWidth));
-        if (body.size() < precision)
-            body.insert(0, precision - body.size(), '0');
-    }
+    std::string body = digits_of(directive, magnitude, base);
     if (directive.alternative && base == 8 && !body.starts_with('0'))
         body.insert(0, 1, '0');
     if (directive.alternative && base == 16 && magnitude != 0)
@@ -217,7 +226,7 @@ std::string format_whole(const Directive& directive, long long number) {
     std::string out = pad(directive, prefix, body, !directive.precision);
     if (directive.conversion == 'X') {
         for (char& c : out)
-            c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+            c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     }
     return out;
 }
@@ -230,7 +239,8 @@ std::string format_decimal(const Directive& directive, double number) {
     if (!std::isfinite(number))
         return pad(directive, prefix, std::isnan(number) ? "nan" : "inf", false);
     // 309 digits before the point at the most, then the point and the decimals.
-    std::string body(static_cast<std::size_t>(precision) + 320, '\0');
+    constexpr std::size_t before_decimals = 320;
+    std::string body(before_decimals + static_cast<std::size_t>(precision), '\0');
     const auto result = std::to_chars(body.data(), body.data() + body.size(), std::fabs(number),
                                       std::chars_format::fixed, precision);
     body.resize(static_cast<std::size_t>(result.ptr - body.data()));

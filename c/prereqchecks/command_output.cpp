@@ -43,6 +43,7 @@ std::optional<std::string> GetCommandOutput(const std::string& command,
     // What an earlier command left there must not pass for the output of one that never ran.
     unlink(file.c_str());
     std::fflush(stdout);
+    // NOLINTNEXTLINE(cert-env33-c): the checks are commands of the shell, with their paths quoted
     if (std::system((command + " > " + shell_word(file) + " 2>&1").c_str()) == -1)
         return std::nullopt;
     return read_whole_file(file);

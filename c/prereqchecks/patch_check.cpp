@@ -128,7 +128,7 @@ bool isHigherPatchInstalled(const std::string& patch, const char* command_out,
             return false;
         const int installed = leading_whole_number<int>(revision);
         if (installed > 0) {
-            found_pat = number + "-" + revision;
+            found_pat.assign(number).append("-").append(revision);
             if (installed >= required)
                 return true;
         }

@@ -46,27 +46,31 @@ std::string value_in_version_sections(const PrereqPhase& phase, const char* key)
     return value;
 }
 
-int check_packages(const PrereqPhase& phase, const std::string& value, const std::string&) {
+int check_packages(const PrereqPhase& phase, const std::string& value,
+                   const std::string& /*failure*/) {
     return CheckPackagesInstalled(value, "", phase.scratchLoc);
 }
 
-int check_processor(const PrereqPhase&, const std::string& value, const std::string&) {
+int check_processor(const PrereqPhase& /*phase*/, const std::string& value,
+                    const std::string& /*failure*/) {
     return CheckProcessorType(value);
 }
 
-int check_temp_space(const PrereqPhase& phase, const std::string& value, const std::string&) {
+int check_temp_space(const PrereqPhase& phase, const std::string& value,
+                     const std::string& /*failure*/) {
     return CheckTempSpace(value, phase.scratchLoc);
 }
 
-int check_swap(const PrereqPhase& phase, const std::string& value, const std::string&) {
+int check_swap(const PrereqPhase& phase, const std::string& value, const std::string& /*failure*/) {
     return CheckSwap(value, "", phase.scratchLoc);
 }
 
-int check_cpu(const PrereqPhase& phase, const std::string& value, const std::string&) {
+int check_cpu(const PrereqPhase& phase, const std::string& value, const std::string& /*failure*/) {
     return CheckCPUSpeed(value, phase.scratchLoc);
 }
 
-int check_display(const PrereqPhase& phase, const std::string& value, const std::string&) {
+int check_display(const PrereqPhase& phase, const std::string& value,
+                  const std::string& /*failure*/) {
     return CheckDisplayCols(value, phase.scratchLoc);
 }
 

@@ -60,7 +60,8 @@ double amount_in_megabytes(const std::string& amount) {
 
 // A number of megabytes cut to a whole one for the eye.
 long long whole(double megabytes) {
-    return megabytes >= 9e18 ? LLONG_MAX : static_cast<long long>(megabytes);
+    constexpr double largest = 9e18; // what a long long holds for certain
+    return megabytes >= largest ? LLONG_MAX : static_cast<long long>(megabytes);
 }
 
 // Runs the display program of this system. The output that counts is that of one more run of the
@@ -132,15 +133,15 @@ double parse_swap(std::string_view output) {
 }
 
 std::optional<std::string> colours_of_depth(int depth) {
-    switch (depth) {
-    case 32:
-        return "4294967296";
-    case 48:
-        return "281474976710656";
-    case 64:
-        return "18446744073709551616";
-    default:
-        break;
+    struct DeepDisplay {
+        int depth;
+        const char* colours;
+    };
+    constexpr DeepDisplay deep_displays[] = {
+        {32, "4294967296"}, {48, "281474976710656"}, {64, "18446744073709551616"}};
+    for (const DeepDisplay& display : deep_displays) {
+        if (depth == display.depth)
+            return display.colours;
     }
     if (depth >= kDepthBeyondCounting || depth < 0)
         return std::nullopt;

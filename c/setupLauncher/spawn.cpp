@@ -33,7 +33,8 @@ int become(const char* program, const std::vector<std::string>& arguments, std::
     std::vector<char*> vector;
     vector.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
-        vector.push_back(const_cast<char*>(argument.c_str())); // execvp does not write to them
+        // NOLINTNEXTLINE(*-const-cast): execvp does not write to them
+        vector.push_back(const_cast<char*>(argument.c_str()));
     vector.push_back(nullptr);
     const int result = execvp(program, vector.data());
     const int error = errno;

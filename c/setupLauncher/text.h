@@ -62,6 +62,9 @@ T leading_whole_number(std::string_view text) {
     return number;
 }
 
+// Beyond every number that a double holds, and far enough from the end of long to add to.
+inline constexpr long kLargestExponent = 1'000'000'000;
+
 // Where the first digit of `number` that is not 0 stands, in powers of ten: 2 for "123", -1 for
 // "0.1". Tells a number too large to hold from one too small.
 inline long decimal_exponent(std::string_view number) {
@@ -74,8 +77,8 @@ inline long decimal_exponent(std::string_view number) {
         return 0;
     long exponent = static_cast<long>(point) - static_cast<long>(first) - (first < point ? 1 : 0);
     if (mark != std::string_view::npos)
-        exponent += std::clamp(leading_whole_number<long>(number.substr(mark + 1)), -1000000000L,
-                               1000000000L);
+        exponent += std::clamp(leading_whole_number<long>(number.substr(mark + 1)),
+                               -kLargestExponent, kLargestExponent);
     return exponent;
 }
 
@@ -88,7 +91,7 @@ inline double leading_decimal_number(std::string_view text) {
     double number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
-        const std::size_t length = static_cast<std::size_t>(result.ptr - text.data());
+        const auto length = static_cast<std::size_t>(result.ptr - text.data());
         const double magnitude = decimal_exponent(text.substr(0, length)) < 0
                                      ? 0.0
                                      : std::numeric_limits<double>::infinity();
