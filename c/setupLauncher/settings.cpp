@@ -9,6 +9,7 @@
 #include "setupLauncher/status.h"
 #include "setupLauncher/text.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <unistd.h>
 
@@ -166,6 +167,16 @@ bool find_in_default_places(Settings& settings, const std::string& curDir) {
     return false;
 }
 
+// A file that cannot be read counts as one without keys. Whatever comes of that, the operator would
+// look for its cause elsewhere without this word.
+void complain_if_unreadable(const std::string& file) {
+    std::FILE* opened = std::fopen(file.c_str(), "r");
+    if (opened == nullptr || (std::getc(opened) == EOF && std::ferror(opened) != 0))
+        complain_errno("S_ERPARAMFILE_READ", file);
+    if (opened != nullptr)
+        std::fclose(opened);
+}
+
 // Finds the file and says which one is used: 0, or -2 after the messages when there is none.
 int find_parameter_file(Settings& settings, const std::string& curDir, bool bTestAutoUpdates) {
     std::string missing;
@@ -182,6 +193,7 @@ int find_parameter_file(Settings& settings, const std::string& curDir, bool bTes
         }
     }
     GetAbsolutePath(settings.paramFileLocation, std::string(settings.paramFileLocation));
+    complain_if_unreadable(settings.paramFileLocation);
     if (!missing.empty()) {
         report("S_ERUSR_PARAMFILE_NOT_FOUND", missing);
         report("S_DEF_PARAMFILE", settings.paramFileLocation);

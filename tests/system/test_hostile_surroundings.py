@@ -167,6 +167,8 @@ HOME_FILES = {
                      binary=MALFORMED, one_long_line=MALFORMED),
     # Without a word of a parameter the runtime is not known.
     parameters=all_of(FILES, NO_JAVA,
+                      a_directory=(*NO_JAVA, "talui/bin/talparam.ini", ": Is a directory\n"),
+                      unreadable=(*NO_JAVA, "talui/bin/talparam.ini", ": Permission denied\n"),
                       missing=(NO_PARAMETER_FILE, "talui/bin/../talparam.ini"),
                       a_dangling_link=(NO_PARAMETER_FILE, "talui/bin/../talparam.ini")),
     pointer=all_of(FILES, PLAIN),

@@ -109,6 +109,16 @@ TEST_F(SettingsTest, AGivenFileThatIsMissingEndsInMinus2WhenThereIsNoOther) {
     EXPECT_EQ(said.err, shown("S_ERTALPARAMNFD", {room.file("elsewhere/../talparam.ini")}) + "\n");
 }
 
+TEST_F(SettingsTest, AFileThatCannotBeReadIsNamedWithTheReasonAndCountsAsOneWithoutKeys) {
+    make_directory("start/bin/talparam.ini");
+    const std::string directory = room.file("start/bin/talparam.ini");
+    EXPECT_EQ(get_params(), 0);
+    EXPECT_EQ(settings.bootStrapSz, "69");
+    EXPECT_EQ(said.out, "");
+    EXPECT_EQ(said.err, shown("S_ERPARAMFILE_READ", {directory}) + ": Is a directory\n");
+    EXPECT_EQ(log(), logged("S_USING_PARAMFILE", {directory}));
+}
+
 TEST_F(SettingsTest, ATestForUpdatesIsLoggedBeforeTheFile) {
     make_file("start/bin/talparam.ini", "[Talvex]\n");
     EXPECT_EQ(get_params(false, false, false, true), 0);
