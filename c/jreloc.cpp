@@ -11,29 +11,23 @@
 namespace {
 
 struct Wording {
-    bool jdk_only;
-    bool jre_only;
     const char* first;
     const char* retry;
 };
 
-// With both demands the first prompt speaks of a JDK and the retry of a JRE: no home satisfies
-// both.
-constexpr Wording kWordings[] = {
-    {false, false, "S_SPECIFY_JRE_LOCATION", "S_SPECIFY_VALID_JRE_LOCATION"},
-    {false, true, "S_SPECIFY_JRE_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"},
-    {true, false, "S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JDK_ONLY_LOCATION"},
-    {true, true, "S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"},
+// By whether a JDK is demanded, then by whether a JRE is. With both demands the first prompt speaks
+// of a JDK and the retry of a JRE: no home satisfies both.
+constexpr Wording kWordings[2][2] = {
+    {{"S_SPECIFY_JRE_LOCATION", "S_SPECIFY_VALID_JRE_LOCATION"},
+     {"S_SPECIFY_JRE_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"}},
+    {{"S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JDK_ONLY_LOCATION"},
+     {"S_SPECIFY_JDK_ONLY_LOCATION", "S_SPECIFY_VALID_JRE_ONLY_LOCATION"}},
 };
 
 const Wording& chosen_wording() {
     const bool jdk_only = launcher_state::useJdkOnly == "TRUE";
     const bool jre_only = launcher_state::useJreOnly == "TRUE";
-    for (const Wording& wording : kWordings) {
-        if (wording.jdk_only == jdk_only && wording.jre_only == jre_only)
-            return wording;
-    }
-    return kWordings[0];
+    return kWordings[jdk_only ? 1 : 0][jre_only ? 1 : 0];
 }
 
 void prompt(const char* key) {

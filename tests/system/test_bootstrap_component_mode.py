@@ -268,6 +268,16 @@ def test_a_usable_runtime_in_the_scratch_directory_replaces_the_unpacked_one(sta
     assert "jre/1.0/bin/java" in launch.record.tree
 
 
+def test_a_runtime_in_the_scratch_directory_is_enough_to_know_one(stage):
+    stage.component("my.own", "1", {"given/bin/java": java_program()})
+    stage.ini(JRE_LOCATION=None, JRE_SCRATCH_LOC="given", DISABLE_JRE_PROMPT="TRUE",
+              BOOTSTRAP_COMPS=f"my.own,{ZUL},{JRE}")
+    launch = stage.launch("-silent")
+    launch.assert_status(0)
+    assert_same(launch.plain(launch.stdout), started() + announced())
+    assert launch.plain(launch.record.argv[0]) == "{SCRATCH}/given/bin/java"
+
+
 def test_a_given_runtime_that_cannot_be_opened_is_recorded_and_ignored(stage, german):
     stage.ini(JRE_SCRATCH_LOC="given")
     launch = stage.launch("-silent", env=german)
@@ -434,6 +444,23 @@ def test_a_ship_home_works_in_the_directory_it_was_started_in(stage):
     assert_tree(launch.record, ALL_FIVE)
     assert launch.record.properties["startup_location"] == ship
     assert launch.record.passed_through == ["-silent"]
+
+
+def test_a_ship_home_that_is_missing_leaves_the_launch_where_it_is(stage):
+    launch = stage.launch("-silent", "-shipHomeLoc", "/nowhere", cwd=stage.dir)
+    launch.assert_status(0)
+    assert_tree(launch.record, ALL_FIVE)
+    assert launch.record.properties["startup_location"] == "/nowhere"
+
+
+def test_a_ship_home_started_in_a_deleted_directory_unpacks_with_its_own_unzip(stage):
+    os.makedirs("/tmp/gone")
+    script = write_script("/tmp/start", 'cd /tmp/gone; rmdir /tmp/gone; exec "$@"\n')
+    launch = stage.launch(stage.launcher, "-silent", "-shipHomeLoc", stage.dir, program=script,
+                          argv0=script, cwd="/tmp")
+    launch.assert_status(0)
+    assert_tree(launch.record, ALL_FIVE)
+    assert unpacked(stage, ZUL) in launch.plain(launch.log)
 
 
 def test_the_inventory_log_directory_takes_the_log_of_a_stage(stage):

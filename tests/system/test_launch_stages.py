@@ -210,10 +210,11 @@ def test_a_launch_is_not_taken_for_one_from_a_cd(home, table, multicd, cwd, opti
     home.launch("-silent", *([option] if option else []), cwd=cwd).assert_status(0)
 
 
-def test_a_cd_of_type_cdfs_counts_behind_malformed_lines(home):
+def test_a_cd_of_type_cdfs_counts_between_other_lines(home):
     os.makedirs("/cdrom/x")
     home.ini(MULTICD="TRUE")
-    write_file(MOUNT_TABLE, "a b c\n\n# comment\n1 2 3 4 5 6\n" + CD.replace("hsfs", "cdfs"))
+    write_file(MOUNT_TABLE, "a b c\n\n# comment\n1 2 3 4 5 6\n" + CD.replace("hsfs", "cdfs")
+               + "swap /cdrom/y tmpfs xattr 1\n")
     home.launch("-silent", cwd="/cdrom/x").assert_status(253)
 
 

@@ -67,6 +67,15 @@ def test_each_package_is_asked_for_by_itself_in_the_c_locale(home):
     assert calls() == [f"{PKGINFO} SUNWcsr|C", f"{PKGINFO} SUNWcsu|C"]
 
 
+@pytest.mark.parametrize("name", ["SUNW$(touch${IFS}/tmp/x)", "SUNWx; touch /tmp/x", "it's",
+                                  "SUNWx>/tmp/x"])
+def test_a_package_name_with_characters_of_the_shell_is_asked_for_as_it_stands(home, name):
+    counts_calls(PKGINFO, 'printf "%s\\n" "$1"\n')
+    assert_passes(home, "PACKAGES", name, Said().packages(name))
+    assert calls() == [f"{PKGINFO} {name}|C"]
+    assert not os.path.exists("/tmp/x")
+
+
 def test_empty_items_of_a_package_list_vanish(home):
     counts_calls(PKGINFO, 'echo "system $1"\n')
     assert_passes(home, "PACKAGES", ",,SUNWcsr,,SUNWcsu,", Said().packages(",,SUNWcsr,,SUNWcsu,"))
@@ -189,8 +198,8 @@ def test_a_depth_is_cut_to_a_whole_number(home):
     assert_passes(home, "MIN_DISPLAY_COLORS", "256", Said().display("256", 256))
 
 
-@pytest.mark.parametrize("depth", ["0", "0.9", "-8", "many", ""])
-def test_a_depth_that_is_not_positive_fails(home, depth):
+@pytest.mark.parametrize("depth", ["0", "0.9", "-8", "many", "", "2147483647", "9" * 20])
+def test_a_depth_that_is_not_positive_or_none_of_this_world_fails(home, depth):
     has_display(depth)
     assert_fails(home, "MIN_DISPLAY_COLORS", "2",
                  Said().report("S_CHECKING_FOR_DISP_COL", "2").found_wrong(
@@ -273,8 +282,9 @@ def test_a_requirement_of_no_room_passes_without_a_measure(home, value):
     ("1024k", "7", 1, "1", "1.1"),
     ("5", "1024k", 1, "1", "1.1"),
     ("-1g", "1m", 1, "1", "1.1"),
+    ("1e30g", "1m", 9223372036854775807, "1e33", "1e300"),
 ], ids=["k and m", "k and k", "g and g", "fractions", "available without letter",
-        "used without letter", "negative"])
+        "used without letter", "negative", "beyond counting"])
 def test_used_and_available_swap_count_together(home, used, available, found, least, too_much):
     has_swap(used, available)
     assert_passes(home, "SWAP_SPACE", least, Said().swap(least, found))

@@ -289,6 +289,15 @@ def test_ignored_optional_patches_are_told_by_a_text_without_placeholder(home):
      .assert_went_on(home.launch("-ignoreSysPrereqs"), home))
 
 
+def test_without_a_text_for_missing_patches_ignored_ones_count_as_optional_checks(home):
+    has_patches()
+    home.set_texts(S_FAILED_PATCHES_1=None)
+    certified_host(home, (OPTIONAL, {"PATCHES": "112233-05"}))
+    (Said().certified_host().report("S_PRE_REQREQ_PASSED").patches(*MISSING, passed=False)
+     .show("S_FAILED_PATCHES_2").show("S_FAILED_PATCHES_SOLARIS").report("S_IGNORE_OPT_SYS_PREREQ")
+     .assert_went_on(home.launch("-ignoreSysPrereqs"), home))
+
+
 def test_in_another_language_the_english_text_does_not_tell_ignored_patches(home, german):
     has_patches()
     home.set_texts(S_FAILED_PATCHES_1="Patches are missing.\n")

@@ -80,6 +80,16 @@ TEST_F(BootstrapTest, AMissingComponentIsNamedWithTheLowestVersion) {
     EXPECT_TRUE(log().ends_with(logged("S_UNZIP_FAILED", {"../" + missing}))) << log();
 }
 
+TEST_F(BootstrapTest, AnEntryOfColonsAloneIsAMissingComponentWithoutAName) {
+    make_known_components();
+    components = {"::"};
+    EXPECT_EQ(run(), 30);
+    const std::string missing = payload("", "0.0.0.0.0");
+    EXPECT_EQ(unzip_runs(), Lines{unzip_run("start", missing)});
+    EXPECT_EQ(said.err, shown("S_UNZIP_FAILED", {missing}) + "\n");
+    EXPECT_EQ(arrived(), Lines{});
+}
+
 TEST_F(BootstrapTest, AMissingUnzipEndsWith30) {
     make_known_components();
     std::filesystem::remove(room.file("original/unzip"));

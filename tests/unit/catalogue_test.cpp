@@ -127,6 +127,7 @@ TEST_F(Catalogue, TheResourceDirectoryLiesBesideTheProgram) {
 TEST_F(Catalogue, ForABareNameTheResourceDirectoryLiesInTheCurrentDirectory) {
     EXPECT_STREQ(nls_resdir("setupLauncher"), "./resource");
     EXPECT_STREQ(nls_resdir(""), "./resource");
+    EXPECT_STREQ(nls_resdir(nullptr), "./resource");
 }
 
 TEST_F(Catalogue, AResourceDirectoryMayHaveAPathOfAnyLength) {
@@ -566,6 +567,17 @@ TEST_F(Catalogue, WithoutAFileTheLoadersDoNothing) {
               }),
               "");
     EXPECT_EQ(localised("S_X"), "text");
+}
+
+TEST_F(Catalogue, BeforeItIsOpenTheLoadersDoNothing) {
+    const std::string path = directory_.write("more", record("S_X=text"));
+    std::FILE* more = std::fopen(path.c_str(), "rb");
+    nls_loadcat(more);
+    nls_loadcat_english(more);
+    EXPECT_EQ(std::ftell(more), 0);
+    std::fclose(more);
+    EXPECT_EQ(nls_mesg("S_X"), nullptr);
+    EXPECT_EQ(nls_mesg_english("S_X"), nullptr);
 }
 
 // Lookup, closing and output.

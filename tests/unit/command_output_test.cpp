@@ -3,6 +3,7 @@
 #include "unit_surroundings.h"
 
 #include <cerrno>
+#include <csignal>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 
@@ -112,6 +113,22 @@ TEST(GetCommandOutput, IsNothingWhenNoProcessCanBeStarted) {
         const rlimit none{0, 0};
         ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
         EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
+    });
+}
+
+TEST(GetCommandOutput, IsNothingWhenTheEndOfTheCommandCannotBeAwaited) {
+    const TemporaryDirectory scratch;
+    const auto before = std::signal(SIGCHLD, SIG_IGN); // the system keeps no ended processes then
+    EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
+    std::signal(SIGCHLD, before);
+}
+
+TEST(GetCommandOutput, IsNothingWhenTheFileForItMayNotBeRead) {
+    as_ordinary_user([] {
+        const TemporaryDirectory scratch;
+        const Mask all(0777);
+        EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
+        EXPECT_EQ(mode_of(output_file(scratch.path())), 0U);
     });
 }
 

@@ -11,6 +11,7 @@ namespace {
 
 // The real user id that the launcher sees, in place of the system's.
 uid_t real_user = 1000;
+bool limits_can_be_read = true;
 
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
@@ -123,6 +124,14 @@ extern "C" uid_t getuid() noexcept {
     return real_user;
 }
 
+// AddressSanitizer asks for limits before it has begun its work.
+extern "C" [[gnu::no_sanitize_address]] int getrlimit(__rlimit_resource_t which,
+                                                      rlimit* limits) noexcept {
+    if (!limits_can_be_read)
+        return -1;
+    return prlimit(0, static_cast<__rlimit_resource>(which), nullptr, limits);
+}
+
 TEST_F(SetUnixEnvironment, RefusesTheSuperUserBeforeAnythingElse) {
     const std::string bin = make_java_programs({""});
     real_user = 0;
@@ -168,6 +177,21 @@ TEST_F(SetUnixEnvironment, RaisesTheSoftLimitOnOpenFilesToTheHardOne) {
     EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &after), 0);
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(after.rlim_cur, before.rlim_max);
+    EXPECT_EQ(after.rlim_max, before.rlim_max);
+}
+
+TEST_F(SetUnixEnvironment, LeavesALimitAloneThatCannotBeRead) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit lowered{64, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &lowered), 0);
+    limits_can_be_read = false;
+    EXPECT_EQ(SetUNIXEnvironment(here.path()), kOk);
+    limits_can_be_read = true;
+    rlimit after{};
+    EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &after), 0);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(after.rlim_cur, 64U);
     EXPECT_EQ(after.rlim_max, before.rlim_max);
 }
 

@@ -136,6 +136,11 @@ TEST(FormattingNumbers, WholeNumbersOfEveryTypeAreTaken) {
     EXPECT_EQ(format_text("%lu", {ULLONG_MAX}), "18446744073709551615");
 }
 
+TEST(FormattingNumbers, TheFlagForGroupingChangesNothing) {
+    EXPECT_EQ(format_text("%'d|%'9d|%-'9d|%'.2f", {1234567, 1234567, 1234567, 1234.5}),
+              "1234567|  1234567|1234567  |1234.50");
+}
+
 TEST(FormattingTexts, TextsPrintAsPrintfPrintsThem) {
     for (const char* value : {"", "a", "abc", "a longer text than the precision"})
         expect_as_printf("-", "", "s", value);
@@ -324,6 +329,11 @@ TEST(FormattingHostileTemplates, TheLargestNumberIsPrintedWithEveryDecimal) {
 TEST(FormattingHostileTemplates, WhatIsNoDirectiveIsCopied) {
     for (const char* text : {"%", "100%", "100% ", "5% (of 20)", "%-", "%5", "%5.", "%5.3", "%l",
                              "%1$", "%$s", "%-+ #0", "%.", "%!", "%\n", "%\xC3\xA9"})
+        EXPECT_EQ(format_text(text, {"a", "b"}), text) << text;
+}
+
+TEST(FormattingHostileTemplates, TheCharactersBesideTheLettersAreNoConversions) {
+    for (const char* text : {"%@", "%[s]", "%`", "%{0}", "%~"})
         EXPECT_EQ(format_text(text, {"a", "b"}), text) << text;
 }
 

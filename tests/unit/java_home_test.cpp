@@ -5,9 +5,13 @@
 #include "setupLauncher/status.h"
 #include "unit_surroundings.h"
 
+#include <cerrno>
+#include <sys/syscall.h>
 #include <sys/utsname.h>
 
 namespace {
+
+bool system_tells_its_name = true;
 
 // What a check of a Java home leads to.
 struct Verdict {
@@ -75,6 +79,15 @@ std::string source_location(std::string location) {
 }
 
 } // namespace
+
+// Stands before the library's own, which never fails.
+extern "C" int uname(utsname* system) noexcept {
+    if (!system_tells_its_name) {
+        errno = EFAULT;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_uname, system));
+}
 
 TEST_F(JavaHome, IsARuntimeWithRtJarInItsLibDirectory) {
     EXPECT_TRUE(isJreHome(jre));
@@ -199,4 +212,10 @@ TEST(GetOSVersion, IsTheReleaseOfTheSystem) {
     utsname system{};
     ASSERT_GE(uname(&system), 0);
     EXPECT_EQ(getOSVersion(), system.release);
+}
+
+TEST(GetOSVersion, IsEmptyForASystemThatDoesNotTell) {
+    system_tells_its_name = false;
+    EXPECT_EQ(getOSVersion(), "");
+    system_tells_its_name = true;
 }

@@ -13,6 +13,7 @@ namespace {
 std::vector<gid_t> operators_groups;
 std::map<gid_t, std::string> known_groups;
 bool groups_can_be_read = true;
+bool groups_can_only_be_counted = false;
 
 std::string startup_location(const std::string& invoked_by) {
     std::string location;
@@ -82,7 +83,7 @@ std::string complained_in_mode(bool debug, const Call& call) {
 // tests.
 extern "C" int getgroups(int size, gid_t* list) noexcept {
     const int count = static_cast<int>(operators_groups.size());
-    if (!groups_can_be_read || (size != 0 && size < count)) {
+    if (!groups_can_be_read || (size != 0 && (groups_can_only_be_counted || size < count))) {
         errno = EINVAL;
         return -1;
     }
@@ -326,6 +327,12 @@ TEST(ComputeUnixGroups, LeavesTheTextUntouchedWhenTheGroupsCannotBeRead) {
     groups_can_be_read = false;
     EXPECT_EQ(unix_groups({10}, {{10, "staff"}}), "before");
     groups_can_be_read = true;
+}
+
+TEST(ComputeUnixGroups, LeavesTheTextUntouchedWhenTheGroupsAreGoneOnceCounted) {
+    groups_can_only_be_counted = true;
+    EXPECT_EQ(unix_groups({10}, {{10, "staff"}}), "before");
+    groups_can_only_be_counted = false;
 }
 
 TEST(ComputeUnixGroups, NamesTheFirstFortyOfManyGroups) {

@@ -328,6 +328,13 @@ TEST(ReplaceStr, GivesTheTextItselfWhenTheOriginalDoesNotOccur) {
     EXPECT_EQ(replaceStr(text, "x", "y"), text);
 }
 
+TEST(ReplaceStr, GivesTheTextItselfWhenAnyOfTheThreeIsMissing) {
+    const char* text = "abc";
+    EXPECT_EQ(replaceStr(nullptr, "a", "b"), nullptr);
+    EXPECT_EQ(replaceStr(text, nullptr, "b"), text);
+    EXPECT_EQ(replaceStr(text, "a", nullptr), text);
+}
+
 TEST(ReplaceStr, ItsResultIsOverwrittenByTheNextCall) {
     const char* first = replaceStr("one", "o", "O");
     EXPECT_STREQ(first, "One");

@@ -1,4 +1,5 @@
 #include "prereq_fixture.h"
+#include "terminal.h"
 
 #include <sys/resource.h>
 
@@ -339,6 +340,22 @@ TEST_F(PrereqEndTest, ExecuteOnlyModeSaysThatAFailureIsIgnored) {
         drive("[Generic Prereqs]\n" + kFailingProcessor),
         failing_processor_on_console() + shown("S_IGNORE_REQ_SYS_PREREQ") + exit_on_console(),
         failing_processor_in_log() + logged("S_IGNORE_REQ_SYS_PREREQ") + exit_in_log(), 255);
+}
+
+TEST_F(PrereqEndTest, TheEndOfTheInputIsNoAnswerAndWhatIsTypedBehindItIsOne) {
+    write_file("[Generic Prereqs]\n" + kFailingProcessor);
+    const Terminal terminal;
+    terminal.type("\x04y\n");
+    const ChildEnd end = end_of_child([&] {
+        const StandardInput input(terminal.open_other_side());
+        checkPreReqs(
+            {file, scratch, "STAMP", "/log", false, room.file("none"), false, false, false, false});
+        return 0;
+    });
+    EXPECT_EQ(end.out, failing_processor_on_console() + question_on_console() +
+                           shown("S_CONTINUE") + shown("S_CONTINUE") +
+                           shown("S_IGNORE_REQ_SYS_PREREQ"));
+    EXPECT_EQ(end.status, 0);
 }
 
 TEST_F(PrereqEndTest, AClosedStandardInputRepeatsTheQuestionWithoutEnd) {

@@ -4,6 +4,7 @@
 #include "setupLauncher/argument_listing.h"
 
 #include <csignal>
+#include <sys/time.h>
 
 namespace {
 
@@ -121,6 +122,34 @@ TEST_F(SpawnTest, AChildEndedByASignalHasTheExitCode0AndAMessageWithTheSignal) {
     EXPECT_EQ(result, 0);
     EXPECT_EQ(said.out, "");
     EXPECT_EQ(said.err, shown("S_CHILD_SIGNALLED", {std::to_string(SIGKILL)}) + "\n");
+}
+
+int writing_end = -1;
+
+void write_line_on_alarm(int /*signal*/) {
+    if (write(writing_end, "\n", 1) < 0)
+        _exit(99);
+}
+
+TEST_F(SpawnTest, ASignalDoesNotEndTheWaiting) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe(ends), 0);
+    fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+    writing_end = ends[1];
+    struct sigaction before {};
+    struct sigaction interrupt {};
+    interrupt.sa_handler = write_line_on_alarm; // without SA_RESTART: the wait is interrupted
+    sigaction(SIGALRM, &interrupt, &before);
+    itimerval soon{};
+    soon.it_value.tv_usec = 20000;
+    setitimer(ITIMER_REAL, &soon, nullptr); // the child ends only after it
+    {
+        const StandardInput input(dup(ends[0]));
+        EXPECT_EQ(SpawnProcess(shell("read line; exit 7"), true), 7);
+    }
+    sigaction(SIGALRM, &before, nullptr);
+    close(ends[0]);
+    close(ends[1]);
 }
 
 TEST_F(SpawnTest, AFailedWaitGives255) {

@@ -145,8 +145,8 @@ TEST(ColoursOfDepth, CountsThem) {
         EXPECT_EQ(colours_of_depth(one.depth), one.colours) << one.depth;
 }
 
-TEST(ColoursOfDepth, HasNoNumberForOtherDepthsFrom32On) {
-    for (const int depth : {33, 40, 47, 49, 63, 65, 128, 2147483647})
+TEST(ColoursOfDepth, HasNoNumberForOtherDepthsFrom32OnAndNegativeOnes) {
+    for (const int depth : {33, 40, 47, 49, 63, 65, 128, 2147483647, -1, -32})
         EXPECT_EQ(colours_of_depth(depth), std::nullopt) << depth;
 }
 

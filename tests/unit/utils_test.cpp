@@ -60,6 +60,7 @@ class SymbolTable : public testing::Test {
 
 TEST(SymbolTableHash, PlainKeysLandInTheirKnownBuckets) {
     EXPECT_EQ(symtab_hashcode(""), 0U);
+    EXPECT_EQ(symtab_hashcode(nullptr), 0U);
     EXPECT_EQ(symtab_hashcode("A"), 65U);
     EXPECT_EQ(symtab_hashcode("AB"), 51U);
     EXPECT_EQ(symtab_hashcode("S_ERPERDSP"), 88U);
