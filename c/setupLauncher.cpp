@@ -1,6 +1,7 @@
 #include "setupLauncher/launch.h"
 #include "setupLauncher/status.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <new>
 #include <sys/stat.h>
@@ -34,6 +35,8 @@ void end_without_memory() {
 
 int main(int argc, char** argv) {
     std::set_new_handler(end_without_memory);
+    // A caller that ignores it hands that on, and then nobody learns how a child has ended.
+    std::signal(SIGCHLD, SIG_DFL);
     open_standard_streams();
     umask(kStartMask);
     return main_helper(argc, argv);

@@ -51,14 +51,14 @@ int copy_tree(const std::string& source, const std::string& dest) {
             return kFailed;
         }
     }
-    return kOk;
+    return walk.incomplete ? kFailed : kOk;
 }
 
 void delete_tree(const std::string& root) {
     TreeWalk walk = walk_over(root);
     while (next_step(walk)) {
-        // A link back is a mere link; while it stood, its directory could not go.
-        if (walk.step == WalkStep::kFile || walk.step == WalkStep::kLinkBack)
+        // What leads back is a mere link; while it stood, its directory could not go.
+        if (walk.step == WalkStep::kFile || walk.step == WalkStep::kWayBack)
             unlinkat(dirfd(walk.open), walk.name.c_str(), 0);
     }
     for (std::size_t left = directory_count(walk); left > 0; --left)
@@ -74,7 +74,7 @@ bool opens_as_directory(const std::string& path) {
     return true;
 }
 
-// Gives a file, the entry that the walk's last step met, the mode.
+// Gives the file that the walk's last step met the mode.
 void set_permission_of_file(const TreeWalk& walk, mode_t mode) {
     const std::string path = entry_path(walk);
     if (chmod(path.c_str(), mode) == 0)
@@ -89,16 +89,18 @@ void set_permission_of_file(const TreeWalk& walk, mode_t mode) {
     complain_errno("S_ERPERM_2", path);
 }
 
-// The same for a directory, or a link to one; where that fails, its entries keep their modes.
+// Gives the directory, or the link to one, that the walk's last step met the mode. Where that
+// fails, everything below it keeps its mode.
 void set_permission_of_directory(TreeWalk& walk, mode_t mode) {
     const std::string path = entry_path(walk);
-    if (!opens_as_directory(path)) {
+    if (!opens_as_directory(path))
         complain_errno("S_ERFILE_MISSING", path);
-    } else if (chmod(path.c_str(), mode) != 0) {
+    else if (chmod(path.c_str(), mode) != 0)
         complain_errno("S_ERPERM_1", path);
-        if (walk.step == WalkStep::kDirectory)
-            pass_over_directory(walk);
-    }
+    else
+        return;
+    if (walk.step == WalkStep::kDirectory)
+        pass_over_directory(walk);
 }
 
 } // namespace

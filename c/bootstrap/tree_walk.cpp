@@ -3,6 +3,7 @@
 #include "setupLauncher/paths.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,10 +11,10 @@
 
 namespace {
 
-// Whether `found` is a directory in which the entries of the open one lie.
+// Whether the entries of the open directory lie in the directory `found`.
 bool holds_open_directory(const TreeWalk& walk, const DirectoryIdentity& found) {
-    for (std::size_t at = walk.directory;; at = walk.slots[at - 1].parent) {
-        if (directory_identity(path_in_list(walk, at, walk.root)) == found)
+    for (std::size_t at = walk.directory;; at = walk.slots[at].parent) {
+        if (walk.slots[at].identity == found)
             return true;
         if (at == 0)
             break;
@@ -24,24 +25,23 @@ bool holds_open_directory(const TreeWalk& walk, const DirectoryIdentity& found) 
 
 // What the entry `walk.name` of the open directory is, and for a directory which one.
 WalkStep entry_kind(DirectoryIdentity& identity, const TreeWalk& walk) {
-    const int directory = dirfd(walk.open);
     struct stat found {};
-    bool linked = false;
-    int asked = fstatat(directory, walk.name.c_str(), &found, AT_SYMLINK_NOFOLLOW);
-    if (asked == 0 && S_ISLNK(found.st_mode)) {
-        linked = true;
-        asked = fstatat(directory, walk.name.c_str(), &found, 0);
-    }
-    if (asked != 0 || !S_ISDIR(found.st_mode))
+    if (fstatat(dirfd(walk.open), walk.name.c_str(), &found, 0) != 0 || !S_ISDIR(found.st_mode))
         return WalkStep::kFile;
     identity = {found.st_dev, found.st_ino};
-    return linked && holds_open_directory(walk, identity) ? WalkStep::kLinkBack
-                                                          : WalkStep::kDirectory;
+    return holds_open_directory(walk, identity) ? WalkStep::kWayBack : WalkStep::kDirectory;
 }
 
-void add_to_list(TreeWalk& walk) {
-    walk.slots.push_back({walk.directory, walk.names.size()});
+void add_to_list(TreeWalk& walk, const DirectoryIdentity& identity) {
+    walk.slots.push_back({walk.directory, walk.names.size(), identity});
     walk.names.append(walk.name).push_back('\0');
+}
+
+// Makes the next entries of the open directory the current ones; none at its end.
+void read_entries(TreeWalk& walk) {
+    walk.next_entry = 0;
+    if (!next_entries(walk.entries, walk.open) && errno != 0)
+        walk.incomplete = true;
 }
 
 // Opens the next directory of the list that can be read.
@@ -52,6 +52,8 @@ bool open_next_directory(TreeWalk& walk) {
         walk.open = opendir(walk.directory_path.c_str());
         if (walk.open == nullptr)
             continue;
+        // Before the caller does anything: what it makes here is no entry of the tree.
+        read_entries(walk);
         walk.step = WalkStep::kDirectoryOpened;
         return true;
     }
@@ -61,12 +63,11 @@ bool open_next_directory(TreeWalk& walk) {
 // Makes the next entry of the open directory the current one; false, and closed, at its end.
 bool take_next_entry(TreeWalk& walk) {
     for (;;) {
-        if (walk.next_entry == walk.entries.size()) {
-            walk.next_entry = 0;
-            if (!next_entries(walk.entries, walk.open)) {
-                end_walk(walk);
-                return false;
-            }
+        if (walk.next_entry == walk.entries.size() && !walk.entries.empty())
+            read_entries(walk);
+        if (walk.entries.empty()) {
+            end_walk(walk);
+            return false;
         }
         DirectoryEntry& entry = walk.entries[walk.next_entry++];
         std::swap(walk.name, entry.name);
@@ -75,7 +76,7 @@ bool take_next_entry(TreeWalk& walk) {
         if (walk.step != WalkStep::kDirectory)
             return true;
         if (identity != walk.left_out) {
-            add_to_list(walk);
+            add_to_list(walk, identity);
             return true;
         }
     }
@@ -86,6 +87,8 @@ bool take_next_entry(TreeWalk& walk) {
 TreeWalk walk_over(const std::string& root) {
     TreeWalk walk;
     walk.root = root;
+    walk.slots.push_back({0, 0, directory_identity(root)});
+    walk.names.push_back('\0');
     walk.above_root = directories_above(root);
     return walk;
 }
@@ -114,13 +117,13 @@ std::string entry_path(const TreeWalk& walk) {
 }
 
 std::size_t directory_count(const TreeWalk& walk) {
-    return walk.slots.size() + 1;
+    return walk.slots.size();
 }
 
 std::string path_in_list(const TreeWalk& walk, std::size_t at, const std::string& root) {
     std::vector<const char*> names;
-    for (; at != 0; at = walk.slots[at - 1].parent)
-        names.push_back(walk.names.c_str() + walk.slots[at - 1].name);
+    for (; at != 0; at = walk.slots[at].parent)
+        names.push_back(walk.names.c_str() + walk.slots[at].name);
     std::string path = root;
     for (auto name = names.rbegin(); name != names.rend(); ++name)
         path = joined_path(std::move(path), *name);

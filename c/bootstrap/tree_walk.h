@@ -20,13 +20,14 @@ enum class WalkStep {
     kDirectoryOpened, // a directory of the list; the steps for its entries follow
     kDirectory,       // an entry that is a directory or leads to one; visited later
     kFile,            // any other entry, also one about which nothing can be learnt
-    kLinkBack,        // an entry that leads to a directory in which it lies itself; not visited
+    kWayBack,         // an entry that leads to a directory in which it lies itself; not visited
 };
 
-// A directory of the work list: the place of its parent in the list, and of its name in `names`.
+// A directory of the work list: the place of its parent in the list and of its name in `names`.
 struct WalkSlot {
     std::size_t parent;
     std::size_t name;
+    DirectoryIdentity identity;
 };
 
 struct TreeWalk {
@@ -37,13 +38,16 @@ struct TreeWalk {
     DIR* open = nullptr;        // and itself, so that work on an entry need not search its path
     std::string name;           // of the entry
 
-    // A directory that is as if it were not there.
+    // A directory that is as if it were not there; set before the first step or during it.
     DirectoryIdentity left_out{};
+
+    // A directory could not be read to its end, so not everything was met.
+    bool incomplete = false;
 
     // The walk's own.
     std::string root;
     std::vector<DirectoryIdentity> above_root;
-    std::vector<WalkSlot> slots; // without the root, so slots[0] is directory 1
+    std::vector<WalkSlot> slots; // the first is the root
     std::string names;           // each ends in a NUL
     std::size_t next_directory = 0;
     std::vector<DirectoryEntry> entries;
@@ -53,14 +57,14 @@ struct TreeWalk {
 // A walk over the tree at `root`; a `root` that is no directory or cannot be read has no steps.
 TreeWalk walk_over(const std::string& root);
 
-// Takes the next step; false at the end of the walk. Directories that cannot be read are left out
+// Takes the next step; false at the end of the walk. Directories that cannot be opened are left out
 // without a word.
 bool next_step(TreeWalk& walk);
 
-// Keeps the walk out of the directory that the last step, a kDirectory, met.
+// Keeps the walk out of the directory that the last step met.
 void pass_over_directory(TreeWalk& walk);
 
-// Ends a walk before its end.
+// Ends a walk before its end; no step may follow.
 void end_walk(TreeWalk& walk);
 
 // The path of the entry that the last step met.

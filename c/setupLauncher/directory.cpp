@@ -1,7 +1,6 @@
 #include "setupLauncher/directory.h"
 
-#include <climits>
-#include <cstdlib>
+#include <cerrno>
 #include <string_view>
 #include <sys/stat.h>
 
@@ -44,6 +43,7 @@ DirectoryEntries directory_entries(const std::string& path) {
 bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory) {
     entries.clear();
     while (entries.size() < kEntriesAtOnce) {
+        errno = 0;
         const dirent* entry = readdir(directory);
         if (entry == nullptr)
             break;
@@ -61,14 +61,17 @@ DirectoryIdentity directory_identity(const std::string& path) {
 }
 
 std::vector<DirectoryIdentity> directories_above(const std::string& path) {
+    // Asked step by step: a path may be too long to be resolved as a whole.
     std::vector<DirectoryIdentity> above;
-    std::vector<char> absolute(PATH_MAX + 1);
-    if (realpath(path.c_str(), absolute.data()) == nullptr)
-        return above;
-    std::string directory(absolute.data());
-    while (directory.size() > 1) {
-        directory.resize(directory.rfind('/'));
-        above.push_back(directory_identity(directory.empty() ? "/" : directory));
+    std::string directory = path;
+    DirectoryIdentity last = directory_identity(directory);
+    while (last != DirectoryIdentity{}) {
+        directory += "/..";
+        const DirectoryIdentity next = directory_identity(directory);
+        if (next == DirectoryIdentity{} || next == last)
+            break; // "/" lies in itself
+        above.push_back(next);
+        last = next;
     }
     return above;
 }

@@ -1,7 +1,7 @@
 // Reading directories.
 //
-// Owns: the list of a directory's entries, whole or some at a time, and the question whether a path
-// is a directory. Leaves to others: what is done with the entries (bootstrap/tree_walk goes through
+// Owns: the list of a directory's entries, whole or some at a time, and the questions whether a path
+// is a directory, which one, and in which others it lies. Leaves to others: what is done with the entries (bootstrap/tree_walk goes through
 // whole trees).
 #pragma once
 
@@ -35,13 +35,14 @@ struct DirectoryEntry {
 
 // The next entries of `directory` but "." and "..", a few thousand at the most: enough that hardly
 // a directory is changed while it is still being read, and no more memory however many there are.
-// False at the end of the directory, and when it cannot be read any further.
+// False at the end of the directory; errno is then 0, or says why it could not be read to its end.
 bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory);
 
 // Which directory `path` is or leads to; none for what cannot be asked.
 DirectoryIdentity directory_identity(const std::string& path);
 
-// The directories that `path` lies in, up to the root directory; none when it cannot be resolved.
+// The directories that directory `path` lies in, up to the root directory, by whatever names; none
+// for what is no directory.
 std::vector<DirectoryIdentity> directories_above(const std::string& path);
 
 // Whether `path` is a directory or leads to one; false for what cannot be asked.

@@ -149,12 +149,9 @@ struct Place {
 bool find_in_default_places(Settings& settings, const std::string& curDir) {
     const std::string beside = settings.startupLoc + "/" + kParameterFile;
     const std::string above = settings.startupLoc + "/../" + kParameterFile;
-    const Place places[] = {
-        {beside, "."},
-        {above, ".."},
-        {curDir + "/" + kParameterFile, nullptr},
-        {curDir + "/../" + kParameterFile, nullptr},
-    };
+    const std::string here = curDir + "/" + kParameterFile;
+    const std::string above_here = curDir + "/../" + kParameterFile;
+    const Place places[] = {{beside, "."}, {above, ".."}, {here, nullptr}, {above_here, nullptr}};
     for (const Place& place : places) {
         if (PathExists(place.file)) {
             settings.paramFileLocation = place.file;

@@ -52,6 +52,7 @@ enum Function {
     kWait,
     kSystem,
     kOpendir,
+    kReaddir,
     kStat,
     kChdir,
     kGetcwd,
@@ -63,8 +64,8 @@ enum Function {
 
 constexpr const char* kNames[kFunctions] = {
     "open",  "read",   "write",   "close",      "mkdir",  "chmod",   "unlink",
-    "rmdir", "fork",   "execvp",  "wait",       "system", "opendir", "stat",
-    "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
+    "rmdir", "fork",   "execvp",  "wait",       "system", "opendir", "readdir",
+    "stat", "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
 };
 
 bool active = false;
@@ -274,6 +275,10 @@ int system(const char* command) {
 
 DIR* opendir(const char* path) {
     CALL(kOpendir, nullptr, "opendir", DIR * (*)(const char*), path);
+}
+
+dirent* readdir(DIR* directory) {
+    CALL(kReaddir, nullptr, "readdir", dirent * (*)(DIR*), directory);
 }
 
 int stat(const char* path, struct stat* found) noexcept {

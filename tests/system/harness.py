@@ -180,7 +180,9 @@ def assert_no_sanitizer_report(*streams):
 
 class Place:
     """A directory with a launcher in it: the file itself, its catalogues and a
-    parameter file."""
+    parameter file. A launch may take `patience` seconds."""
+
+    patience = 20
 
     def __init__(self, directory, name="setupLauncher"):
         self.dir = directory
@@ -250,7 +252,7 @@ class Place:
             os.unlink(path)
 
     def launch(self, *args, argv0=None, program=None, cwd=None, env=None, java=None, stdin=b"",
-               umask=0o022, timeout=20, merged=False, limits=None, closed=(),
+               umask=0o022, timeout=None, merged=False, limits=None, closed=(),
                wait_for_java=True, read_at_most=None):
         """Starts the launcher and waits for its end.
 
@@ -268,11 +270,13 @@ class Place:
         closed        descriptors closed at the start
         wait_for_java False: return when the launcher has ended, whatever it
                       started may run on; the test's end ends it
+        timeout       seconds; the place's patience without it
         read_at_most  ends everything after so many bytes of output
 
         Time running out ends every process of the launch and fails the test.
         """
         self.prepare()
+        timeout = timeout or self.patience
         before = self.surroundings(env)
         command = self.command(args, argv0)
         variables = self.environment(env, java)

@@ -212,7 +212,7 @@ class Said:
                     + b"".join(os.fsencode(text) + b"\n" for text in record.argv), "the log")
         assert_same(launch.stderr, b"", "standard error")
 
-    def assert_ended(self, launch, home):
+    def assert_ended(self, launch, home, stderr=b""):
         """The launch said this and ended after naming its log."""
         launch.assert_status(255)
         path = launch.log_path
@@ -220,7 +220,7 @@ class Said:
                     self.started() + self.console + self.shown("S_EXIT_MSG", path), "the console")
         assert_same(launch.log,
                     self.parameter_file(home) + self.log + en("S_EXIT_MSG", path), "the log")
-        assert_same(launch.stderr, b"", "standard error")
+        assert_same(launch.stderr, stderr, "standard error")
         assert launch.record is None
 
     def started(self):

@@ -1,6 +1,7 @@
 """Whole launches where something around the launcher is not as it should be:
 each ends with its settled status and, where it fails, says on which path, and
-takes away the scratch directory wherever a launch that got that far does."""
+takes away the scratch directory wherever a launch that got that far does. No
+surroundings keep a launch from ending: five seconds are enough for each."""
 
 import os
 import random
@@ -21,6 +22,7 @@ def place_with(kind):
     set_inventory()
     place = kind()
     place.use_shipped_catalogues()
+    place.patience = 5
     return place
 
 
@@ -378,6 +380,16 @@ def test_a_launch_with_closed_streams_runs_and_spoils_no_file(root_as_new, kind,
     launch = runs(place.launch(closed=closed))
     assert launch.log.count(b"\n") == whole.log.count(b"\n")
     assert launch.record.tree.keys() - launch.logs.keys() == whole.record.tree.keys()
+
+
+def test_a_caller_that_ignores_the_end_of_its_children_learns_the_installers_status(stage):
+    """What ignores it hands that on, and then a process cannot wait for its
+    own children: neither for unzip nor for java."""
+    caller = OPERATOR_HOME + "/caller"
+    write_file(caller, f"#!/bin/bash\ntrap '' CHLD\nexec {stage.launcher} \"$@\"\n", 0o755)
+    launch = stage.launch("-silent", "-waitForCompletion", program=caller, java={"exit": 7})
+    ends(launch, 7)
+    assert launch.record.tree["zul/jlib/core.jar"] == ("file", 0o750, b"core")
 
 
 @pytest.mark.parametrize("kind", [Home, Stage], ids=["home", "stage"])

@@ -120,7 +120,8 @@ def test_all_checks_of_a_phase_run_after_a_failure(home):
 def test_a_parameter_file_that_cannot_be_read_has_no_prerequisites(home):
     home.ini((GENERIC, FAILING))
     os.chmod(home.ini_path, 0)
-    Said().assert_ended(home.launch("-executeSysPrereqs"), home)
+    Said().assert_ended(home.launch("-executeSysPrereqs"), home,
+                        stderr=en("S_ERPARAMFILE_READ", home.ini_path) + b": Permission denied\n")
 
 
 # ---- failures without a question ------------------------------------------

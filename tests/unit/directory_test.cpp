@@ -1,6 +1,6 @@
 #include "setupLauncher/directory.h"
 
-#include "unit_surroundings.h"
+#include "tree_fixture.h"
 
 #include <algorithm>
 #include <dirent.h>
@@ -25,12 +25,6 @@ DirectoryIdentity identity_of(const std::string& path) {
     struct stat found {};
     EXPECT_EQ(stat(path.c_str(), &found), 0) << path;
     return {found.st_dev, found.st_ino};
-}
-
-int lowest_free_descriptor() {
-    const int descriptor = dup(STDERR_FILENO);
-    close(descriptor);
-    return descriptor;
 }
 
 } // namespace
@@ -170,9 +164,27 @@ TEST(DirectoriesAbove, OfALinkAreThoseOfWhatItLeadsTo) {
     EXPECT_EQ(directories_above(here.file("link")), directories_above(here.file("a/b")));
 }
 
-TEST(DirectoriesAbove, OfAMissingPathAreNone) {
+TEST(DirectoriesAbove, AreFoundAlsoForAPathTooLongToBeResolvedAsAWhole) {
+    const TemporaryDirectory here;
+    const WorkingDirectory inside(here.path());
+    const std::string name(250, 'd');
+    for (int depth = 0; depth < 20; ++depth) {
+        ASSERT_EQ(mkdir(name.c_str(), 0700), 0);
+        ASSERT_EQ(chdir(name.c_str()), 0);
+    }
+    const std::vector<DirectoryIdentity> above = directories_above(".");
+    EXPECT_EQ(std::count(above.begin(), above.end(), identity_of(here.path())), 1);
+    EXPECT_EQ(above.back(), identity_of("/"));
+}
+
+TEST(DirectoriesAbove, OfTheRootDirectoryAreNone) {
+    EXPECT_TRUE(directories_above("/").empty());
+}
+
+TEST(DirectoriesAbove, OfAMissingOrEmptyPathAreNone) {
     const TemporaryDirectory here;
     EXPECT_TRUE(directories_above(here.file("missing")).empty());
+    EXPECT_TRUE(directories_above("").empty());
 }
 
 TEST(IsDirectory, HoldsForADirectoryAndALinkToOne) {

@@ -4,6 +4,8 @@
 #include "setupLauncher/launcher_state.h"
 #include "unit_surroundings.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 void write_files(const TemporaryDirectory& here, const std::string& directory, int count) {
@@ -59,6 +61,12 @@ TEST(CountAndLogFilesExtracted, CountsLinksAsWhatTheyLeadTo) {
     std::filesystem::create_symlink("../elsewhere", here.file("tree/directory"));
     std::filesystem::create_symlink("../elsewhere/file0", here.file("tree/file"));
     EXPECT_EQ(counted(here.file("tree")), 6);
+}
+
+TEST(CountAndLogFilesExtracted, CountsAPipeAsAFile) {
+    const TemporaryDirectory here;
+    ASSERT_EQ(mkfifo(here.file("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(counted(here.path()), 1);
 }
 
 TEST(CountAndLogFilesExtracted, CountsADanglingLinkAsAFile) {

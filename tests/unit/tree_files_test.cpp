@@ -280,6 +280,29 @@ TEST_F(SetPermission, DoesNotFollowALinkIntoADirectoryAboveItsTop) {
     setPermission(tree.c_str(), 0750, 1);
     EXPECT_EQ(mode_of(tree + "/a/file"), 0750U);
     EXPECT_EQ(mode_of(here.file("beside")), 0600U);
+    EXPECT_EQ(mode_of(here.path()), 0750U); // the entry itself, like every other
+}
+
+TEST_F(SetPermission, LeavesEverythingBelowADirectoryThatItCouldNotOpen) {
+    as_ordinary_user([] {
+        const TemporaryDirectory inside;
+        std::filesystem::create_directories(inside.file("tree/directory"));
+        set_mode(inside.file("tree/directory"), 0700);
+        set_mode(inside.write("tree/directory/file", ""), 0600);
+        rlimit before{};
+        EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+        EXPECT_NE(complained_by([&] {
+                      // One descriptor is free: for the tree, not for the look at what lies in it.
+                      const int free = lowest_free_descriptor();
+                      const rlimit one{static_cast<rlim_t>(free) + 1, before.rlim_max};
+                      EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &one), 0);
+                      setPermission(inside.file("tree").c_str(), 0750, 1);
+                      EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+                  }),
+                  "");
+        EXPECT_EQ(mode_of(inside.file("tree/directory")), 0700U);
+        EXPECT_EQ(mode_of(inside.file("tree/directory/file")), 0600U);
+    });
 }
 
 TEST_F(MakingADirectory, GivesItMode0777LessTheMask) {

@@ -196,6 +196,14 @@ TEST_F(CopyOfATree, HasNoLargestNumberOfEntriesInADirectory) {
     EXPECT_FALSE(exists(copy));
 }
 
+TEST_F(CopyOfATree, EndsForALinkIntoWhatIsBeingMade) {
+    make_file("tree/a/file", "1");
+    make_link("tree/a/link", copy + "/a");
+    EXPECT_EQ(copied_tree(tree, copy), kOk);
+    EXPECT_EQ(contents_of(copy),
+              (Contents{{"a/", ""}, {"a/file", "1"}, {"a/link/", ""}, {"a/link/file", "1"}}));
+}
+
 TEST_F(CopyOfATree, CutsNoPathWhateverItsLength) {
     std::string deep;
     for (int depth = 0; depth < 9; ++depth)
@@ -286,6 +294,23 @@ TEST_F(DeletionOfATree, LeavesADirectoryThatMayNotBeRead) {
         EXPECT_EQ(contents_of(inside.file("tree")),
                   (Contents{{"closed/", ""}, {"closed/file", "kept"}}));
     });
+}
+
+TEST_F(DeletionOfATree, RemovesADirectoryThatMayNotBeReadWhenItIsEmpty) {
+    as_ordinary_user([] {
+        const TemporaryDirectory inside;
+        std::filesystem::create_directories(inside.file("tree/closed"));
+        set_mode(inside.file("tree/closed"), 0300);
+        EXPECT_EQ(deleted_tree(inside.file("tree")), kOk);
+        EXPECT_FALSE(exists(inside.file("tree")));
+    });
+}
+
+TEST_F(DeletionOfATree, RemovesAPipe) {
+    make_directory("tree");
+    ASSERT_EQ(mkfifo((tree + "/pipe").c_str(), 0600), 0);
+    EXPECT_EQ(deleted_tree(tree), kOk);
+    EXPECT_FALSE(exists(tree));
 }
 
 TEST_F(DeletionOfATree, RemovesALinkToAFileAndADanglingOneButNotTheFile) {

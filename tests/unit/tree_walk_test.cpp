@@ -3,9 +3,15 @@
 #include "setupLauncher/paths.h"
 #include "tree_fixture.h"
 
+#include <dlfcn.h>
+
 namespace {
 
 using WalkOverATree = Tree;
+
+// How the directories of this system behave.
+bool tells_kinds = true;
+int entries_before_an_error = -1; // below 0: as many as there are
 
 // Every step of a walk, in order: what it met and where, below the root.
 std::vector<std::string> steps_of(TreeWalk walk) {
@@ -22,7 +28,7 @@ std::vector<std::string> steps_of(TreeWalk walk) {
         case WalkStep::kFile:
             steps.push_back("file " + joined_path(directory, walk.name));
             break;
-        case WalkStep::kLinkBack:
+        case WalkStep::kWayBack:
             steps.push_back("back " + joined_path(directory, walk.name));
             break;
         }
@@ -33,6 +39,22 @@ std::vector<std::string> steps_of(TreeWalk walk) {
 using Steps = std::vector<std::string>;
 
 } // namespace
+
+// Stands before the C library's: for directories as other systems have them, and for broken ones.
+extern "C" dirent* readdir(DIR* directory) {
+    using Readdir = dirent* (*)(DIR*);
+    static const auto of_the_system = reinterpret_cast<Readdir>(dlsym(RTLD_NEXT, "readdir"));
+    if (entries_before_an_error == 0) {
+        errno = EIO;
+        return nullptr;
+    }
+    if (entries_before_an_error > 0)
+        --entries_before_an_error;
+    dirent* entry = of_the_system(directory);
+    if (entry != nullptr && !tells_kinds)
+        entry->d_type = DT_UNKNOWN;
+    return entry;
+}
 
 TEST_F(WalkOverATree, OpensEachDirectoryAfterAllEntriesOfTheOneAboveIt) {
     make_file("tree/a/b/c/file");
@@ -128,11 +150,48 @@ TEST_F(WalkOverATree, HoldsOneDescriptorHoweverDeepAndNoneAfterItsEnd) {
     make_file("tree/a/b/c/d/e/file");
     const int before = lowest_free_descriptor();
     TreeWalk walk = walk_over(tree);
+    ASSERT_TRUE(next_step(walk));
+    const int inside = lowest_free_descriptor();
+    EXPECT_GT(inside, before);
     while (next_step(walk))
-        EXPECT_EQ(lowest_free_descriptor(), before + 1);
+        EXPECT_EQ(lowest_free_descriptor(), inside);
     EXPECT_EQ(lowest_free_descriptor(), before);
     walk = walk_over(tree);
     EXPECT_TRUE(next_step(walk));
     end_walk(walk);
     EXPECT_EQ(lowest_free_descriptor(), before);
+}
+
+TEST_F(WalkOverATree, MeetsTheSameWhereDirectoriesDoNotTellWhatTheirEntriesAre) {
+    make_file("tree/a/b/file");
+    const std::vector<std::string> steps = steps_of(walk_over(tree));
+    tells_kinds = false;
+    const std::vector<std::string> asked = steps_of(walk_over(tree));
+    tells_kinds = true;
+    EXPECT_EQ(asked, steps);
+    EXPECT_EQ(asked.back(), "file /a/b/file");
+}
+
+TEST_F(WalkOverATree, ThatCannotReadADirectoryToItsEndIsIncomplete) {
+    make_file("tree/file");
+    TreeWalk walk = walk_over(tree);
+    while (next_step(walk)) {
+    }
+    EXPECT_FALSE(walk.incomplete);
+    for (int entries = 0; entries < 3; ++entries) {
+        walk = walk_over(tree);
+        entries_before_an_error = entries;
+        while (next_step(walk)) {
+        }
+        entries_before_an_error = -1;
+        EXPECT_TRUE(walk.incomplete) << entries;
+    }
+}
+
+TEST_F(WalkOverATree, ThatIsIncompleteMakesACopyFail) {
+    make_file("tree/file");
+    entries_before_an_error = 2;
+    const int copied = CopyDirRecursive(tree.c_str(), copy.c_str());
+    entries_before_an_error = -1;
+    EXPECT_EQ(copied, kFailed);
 }
