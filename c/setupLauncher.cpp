@@ -35,7 +35,7 @@ void end_without_memory() {
 
 int main(int argc, char** argv) {
     std::set_new_handler(end_without_memory);
-    // A caller that ignores it hands that on, and then nobody learns how a child has ended.
+    // A caller may hand on SIGCHLD ignored; then nobody learns how a child has ended.
     std::signal(SIGCHLD, SIG_DFL);
     open_standard_streams();
     umask(kStartMask);

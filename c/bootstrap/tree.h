@@ -4,10 +4,9 @@
 // Leaves to others: which trees, and what is said when a copy fails (bootstrap); the way through a
 // tree (tree_walk).
 //
-// Links are followed: what they lead to is copied and given modes like what lies in the tree, and in a
-// deletion the directory that a link leads to is emptied. Only a link to a directory that it lies in
-// itself is not: it is left out of a copy, removed as a mere link by a deletion, and of what it leads
-// to nothing but that directory is given the mode.
+// Links are followed. Only one that leads back to a directory in which it lies is not: a copy
+// leaves it out, a deletion removes it as a mere link, and a change of modes changes that directory
+// alone.
 #pragma once
 
 #include <string>
@@ -24,8 +23,8 @@ inline constexpr mode_t kHighestMode = 0777;
 
 // Copies the tree `source` into `dest`, merging with what is there, or deletes it with its root
 // when `dest` is null. 0, or -1 when a file cannot be copied, which ends the copy there, or when a
-// directory cannot be read to its end. A missing source and a directory that cannot be opened are no
-// failure; what cannot be deleted stays without a word.
+// directory cannot be read to its end. A missing source and a directory that cannot be opened are
+// no failure; what cannot be deleted stays without a word.
 int CopyDirRecursive(const char* source, const char* dest);
 
 // Copies one file; `dest` is emptied even when `source` cannot be read. 0 or -1.

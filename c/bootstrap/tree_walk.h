@@ -38,7 +38,7 @@ struct TreeWalk {
     DIR* open = nullptr;        // and itself, so that work on an entry need not search its path
     std::string name;           // of the entry
 
-    // A directory that is as if it were not there; set before the first step or during it.
+    // A directory that is as if it were not there; set before the first step or right after it.
     DirectoryIdentity left_out{};
 
     // A directory could not be read to its end, so not everything was met.

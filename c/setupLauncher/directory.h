@@ -1,8 +1,8 @@
 // Reading directories.
 //
-// Owns: the list of a directory's entries, whole or some at a time, and the questions whether a path
-// is a directory, which one, and in which others it lies. Leaves to others: what is done with the entries (bootstrap/tree_walk goes through
-// whole trees).
+// Owns: the list of a directory's entries, whole or some at a time, and the questions whether a
+// path is a directory, which one, and in which others it lies. Leaves to others: what is done with
+// the entries (bootstrap/tree_walk goes through whole trees).
 #pragma once
 
 #include <dirent.h>
@@ -38,7 +38,7 @@ struct DirectoryEntry {
 // False at the end of the directory; errno is then 0, or says why it could not be read to its end.
 bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory);
 
-// Which directory `path` is or leads to; none for what cannot be asked.
+// Which directory `path` is or leads to; all zero for what cannot be asked.
 DirectoryIdentity directory_identity(const std::string& path);
 
 // The directories that directory `path` lies in, up to the root directory, by whatever names; none

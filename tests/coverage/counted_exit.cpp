@@ -5,6 +5,7 @@
 
 extern "C" {
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's name
 void __gcov_dump();
 
 void _exit(int status) {

@@ -63,9 +63,9 @@ enum Function {
 };
 
 constexpr const char* kNames[kFunctions] = {
-    "open",  "read",   "write",   "close",      "mkdir",  "chmod",   "unlink",
-    "rmdir", "fork",   "execvp",  "wait",       "system", "opendir", "readdir",
-    "stat", "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
+    "open",  "read",  "write",  "close",   "mkdir",      "chmod",   "unlink",
+    "rmdir", "fork",  "execvp", "wait",    "system",     "opendir", "readdir",
+    "stat",  "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
 };
 
 bool active = false;
@@ -140,8 +140,11 @@ int close_stream(void* cookie) {
 }
 
 std::FILE* stream_of(int descriptor, const char* mode) {
-    return fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), mode,
-                       {read_stream, write_stream, seek_stream, close_stream});
+    std::FILE* stream = fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)),
+                                    mode, {read_stream, write_stream, seek_stream, close_stream});
+    if (stream != nullptr)
+        stream->_fileno = descriptor; // for fileno, which knows no such streams
+    return stream;
 }
 
 int flags_of(const char* mode) {

@@ -199,7 +199,7 @@ def test_a_depth_is_cut_to_a_whole_number(home):
 
 
 @pytest.mark.parametrize("depth", ["0", "0.9", "-8", "many", "", "2147483647", "9" * 20])
-def test_a_depth_that_is_not_positive_or_none_of_this_world_fails(home, depth):
+def test_a_depth_that_is_not_positive_or_beyond_every_display_fails(home, depth):
     has_display(depth)
     assert_fails(home, "MIN_DISPLAY_COLORS", "2",
                  Said().report("S_CHECKING_FOR_DISP_COL", "2").found_wrong(

@@ -310,9 +310,9 @@ TEST_F(PrereqEndTest, AnOptionalTextWithTheUnfilledPatchTextIsIgnoredAsPatches) 
 
 TEST_F(PrereqEndTest, TheTextsOfOnePhaseAreForgottenInTheNext) {
     ignore = true;
-    const ChildEnd end = drive(certified(
-        "TEMP_SPACE=1e18\nTEMP_SPACE_FAILURE_MESSAGE=<S_FAILED_PATCHES_1|%s|%s|%s>\n",
-        kFailingProcessor));
+    const ChildEnd end = drive(
+        certified("TEMP_SPACE=1e18\nTEMP_SPACE_FAILURE_MESSAGE=<S_FAILED_PATCHES_1|%s|%s|%s>\n",
+                  kFailingProcessor));
     EXPECT_TRUE(end.out.ends_with(shown("S_IGNORE_OPT_SYS_PREREQ") + "\n")) << end.out;
 }
 

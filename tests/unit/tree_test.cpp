@@ -180,7 +180,7 @@ TEST_F(CopyOfATree, IsNotCopiedIntoItselfWhenItAlreadyLiesInItsSource) {
     EXPECT_EQ(contents_of(tree + "/copy"), (Contents{{"a/", ""}, {"a/file", "1"}, {"old", "2"}}));
 }
 
-TEST_F(CopyOfATree, HasNoLargestNumberOfEntriesInADirectory) {
+TEST_F(CopyOfATree, LikeItsDeletionHasNoLargestNumberOfEntriesInADirectory) {
     const int count = 4200; // more than are read at a time
     for (int i = 0; i < count; ++i)
         make_link("tree/" + std::to_string(i), "../file");
