@@ -59,7 +59,7 @@ void delete_tree(const std::string& root) {
     while (next_step(walk)) {
         // What leads back is a mere link; while it stood, its directory could not go.
         if (walk.step == WalkStep::kFile || walk.step == WalkStep::kWayBack)
-            unlinkat(dirfd(walk.open), walk.name.c_str(), 0);
+            unlinkat(dirfd(walk.stream), walk.name.c_str(), 0);
     }
     for (std::size_t left = directory_count(walk); left > 0; --left)
         rmdir(path_in_list(walk, left - 1, root).c_str());

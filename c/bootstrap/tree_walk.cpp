@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <utility>
 
@@ -26,7 +25,7 @@ bool holds_open_directory(const TreeWalk& walk, const DirectoryIdentity& found) 
 // What the entry `walk.name` of the open directory is, and for a directory which one.
 WalkStep entry_kind(DirectoryIdentity& identity, const TreeWalk& walk) {
     struct stat found {};
-    if (fstatat(dirfd(walk.open), walk.name.c_str(), &found, 0) != 0 || !S_ISDIR(found.st_mode))
+    if (fstatat(dirfd(walk.stream), walk.name.c_str(), &found, 0) != 0 || !S_ISDIR(found.st_mode))
         return WalkStep::kFile;
     identity = {found.st_dev, found.st_ino};
     return holds_open_directory(walk, identity) ? WalkStep::kWayBack : WalkStep::kDirectory;
@@ -40,7 +39,7 @@ void add_to_list(TreeWalk& walk, const DirectoryIdentity& identity) {
 // Makes the next entries of the open directory the current ones; none at its end.
 void read_entries(TreeWalk& walk) {
     walk.next_entry = 0;
-    if (!next_entries(walk.entries, walk.open) && errno != 0)
+    if (!next_entries(walk.entries, walk.stream) && errno != 0)
         walk.incomplete = true;
 }
 
@@ -49,8 +48,8 @@ bool open_next_directory(TreeWalk& walk) {
     while (walk.next_directory < directory_count(walk)) {
         walk.directory = walk.next_directory++;
         walk.directory_path = path_in_list(walk, walk.directory, walk.root);
-        walk.open = opendir(walk.directory_path.c_str());
-        if (walk.open == nullptr)
+        walk.stream = opendir(walk.directory_path.c_str());
+        if (walk.stream == nullptr)
             continue;
         // Before the caller does anything: what it makes here is no entry of the tree.
         read_entries(walk);
@@ -94,7 +93,7 @@ TreeWalk walk_over(const std::string& root) {
 }
 
 bool next_step(TreeWalk& walk) {
-    if (walk.open != nullptr && take_next_entry(walk))
+    if (walk.stream != nullptr && take_next_entry(walk))
         return true;
     return open_next_directory(walk);
 }
@@ -105,9 +104,9 @@ void pass_over_directory(TreeWalk& walk) {
 }
 
 void end_walk(TreeWalk& walk) {
-    if (walk.open != nullptr)
-        closedir(walk.open);
-    walk.open = nullptr;
+    if (walk.stream != nullptr)
+        closedir(walk.stream);
+    walk.stream = nullptr;
     walk.entries.clear();
     walk.next_entry = 0;
 }

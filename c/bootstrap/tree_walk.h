@@ -35,7 +35,7 @@ struct TreeWalk {
     WalkStep step = WalkStep::kDirectoryOpened;
     std::size_t directory = 0;  // the open directory's place in the list
     std::string directory_path; // and its path
-    DIR* open = nullptr;        // and itself, so that work on an entry need not search its path
+    DIR* stream = nullptr;      // and itself, so that work on an entry need not search its path
     std::string name;           // of the entry
 
     // A directory that is as if it were not there; set before the first step or right after it.
