@@ -4,6 +4,7 @@
 #include "nls/format.h"
 #include "setupLauncher/text.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -78,6 +79,8 @@ bool PathWritable(const char* pt) {
         return false;
     const std::string path(pt);
     if (!PathExists(path)) {
+        if (errno == ENAMETOOLONG)
+            return false; // it can never be made, so nothing above it has to be
         const std::string parent = cut_at_last_slash(path);
         if (!parent.empty() && parent != path && !PathExists(parent)) {
             // Going on through the grandparent makes the whole chain of missing directories.

@@ -151,6 +151,15 @@ TEST(PathWritable, HoldsForADirectoryThatAllowsEverything) {
     EXPECT_TRUE(PathWritable(here.path()));
 }
 
+TEST(PathWritable, CreatesNothingForAPathThatIsTooLongAsAWhole) {
+    const TemporaryDirectory here;
+    std::string path = here.file("first");
+    for (int depth = 0; depth < 50000; ++depth)
+        path += "/x";
+    EXPECT_FALSE(PathWritable(path));
+    EXPECT_FALSE(std::filesystem::exists(here.file("first")));
+}
+
 TEST(PathWritable, CreatesTheWholeChainOfMissingDirectories) {
     const TemporaryDirectory here;
     EXPECT_TRUE(PathWritable(here.file("b/c/d")));
