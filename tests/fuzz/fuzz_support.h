@@ -5,18 +5,24 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
+
+// Standard error as it was before the fuzzer discarded what the code under test says there.
+inline const int kReportDescriptor = dup(STDERR_FILENO);
 
 // Ends the run, with the input kept by the fuzzer, when `holds` is false.
 inline void require(bool holds, const char* property) {
     if (holds)
         return;
-    std::fprintf(stderr, "property does not hold: %s\n", property);
+    dprintf(kReportDescriptor, "property does not hold: %s\n", property);
     std::abort();
 }
 
@@ -40,16 +46,41 @@ inline bool occurs_in(std::string_view whole, std::string_view part) {
     return whole.find(part) != std::string_view::npos;
 }
 
-// A directory of this run's own; the memory file system keeps the disk out of the loop.
+// The pieces of `text` between runs of `separators`, as the C library cuts them. `text` ends at its
+// first NUL.
+inline std::vector<std::string> pieces_of(const std::string& text, const char* separators) {
+    std::vector<std::string> pieces;
+    std::string work = text;
+    char* rest = nullptr;
+    for (const char* piece = strtok_r(work.data(), separators, &rest); piece != nullptr;
+         piece = strtok_r(nullptr, separators, &rest))
+        pieces.emplace_back(piece);
+    return pieces;
+}
+
+// A directory of this run's own that goes when the run ends. ./fuzz-all names the place for it, and
+// removes what a broken run leaves there; else the memory file system keeps the disk out of the
+// loop.
 inline const std::string& fuzz_directory() {
-    static const std::string directory = [] {
-        std::string name = access("/dev/shm", W_OK) == 0 ? "/dev/shm/launcher_fuzz_XXXXXX"
-                                                         : "/tmp/launcher_fuzz_XXXXXX";
-        if (mkdtemp(name.data()) == nullptr)
-            std::abort();
-        return name;
-    }();
-    return directory;
+    struct Directory {
+        std::string name;
+        Directory() {
+            const char* place = std::getenv("LAUNCHER_FUZZ_DIRECTORY");
+            if (place == nullptr)
+                place = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+            name = std::string(place) + "/launcher_fuzz_XXXXXX";
+            if (mkdtemp(name.data()) == nullptr)
+                std::abort();
+        }
+        Directory(const Directory&) = delete;
+        Directory& operator=(const Directory&) = delete;
+        ~Directory() {
+            std::error_code ignored;
+            std::filesystem::remove_all(name, ignored);
+        }
+    };
+    static const Directory directory;
+    return directory.name;
 }
 
 inline void write_file(const std::string& path, std::string_view bytes) {
