@@ -1,41 +1,23 @@
 #include "prereqchecks/command_output.h"
 
 #include "unit_surroundings.h"
+#include "volume_stand_in.h"
 
-#include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/statvfs.h>
 
 namespace {
-
-// What the launcher is told about the only volume it may ask about; every other one is missing.
-constexpr const char* kVolume = "/volume";
-struct statvfs volume {};
 
 std::string output_file(const std::string& scratch) {
     return scratch + "/command_output_" + std::to_string(getpid());
 }
 
 double free_space(unsigned long blocks, unsigned long fragment) {
-    volume.f_bavail = blocks;
-    volume.f_frsize = fragment;
-    volume.f_bfree = blocks + 17; // also for the super-user: not counted
-    volume.f_bsize = fragment * 2;
+    set_free_space(blocks, fragment);
     return getFreeSpaceForVolume(kVolume);
 }
 
 } // namespace
-
-// Stands before the library's own, so that the numbers are exact.
-extern "C" int statvfs(const char* path, struct statvfs* result) noexcept {
-    if (std::string(path) != kVolume) {
-        errno = ENOENT;
-        return -1;
-    }
-    *result = volume;
-    return 0;
-}
 
 TEST(GetCommandOutput, IsEverythingThatTheCommandPrints) {
     const TemporaryDirectory scratch;
