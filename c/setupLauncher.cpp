@@ -1,5 +1,5 @@
+#include "base/status.h"
 #include "setupLauncher/launch.h"
-#include "setupLauncher/status.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,14 +1,14 @@
 #include "bootstrap/bootstrap.h"
 
+#include "base/directory.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "base/text.h"
 #include "bootstrap/report.h"
 #include "bootstrap/tree.h"
 #include "bootstrap/version.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/directory.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
-#include "setupLauncher/text.h"
+#include "log/install_log.h"
 
 #include <sys/stat.h>
 #include <sys/time.h>

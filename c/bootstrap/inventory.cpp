@@ -1,7 +1,7 @@
 #include "bootstrap/inventory.h"
 
-#include "setupLauncher/profile.h"
-#include "setupLauncher/status.h"
+#include "base/profile.h"
+#include "base/status.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "bootstrap/report.h"
 
+#include "base/paths.h"
 #include "bootstrap/tree_walk.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/paths.h"
+#include "log/install_log.h"
 
 int CountAndLogFilesExtracted(const char* dest) {
     if (dest == nullptr)

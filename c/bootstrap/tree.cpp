@@ -1,11 +1,11 @@
 #include "bootstrap/tree.h"
 
+#include "base/directory.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
 #include "bootstrap/tree_walk.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/directory.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
+#include "log/install_log.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "bootstrap/tree_walk.h"
 
-#include "setupLauncher/paths.h"
+#include "base/paths.h"
 
 #include <algorithm>
 #include <cerrno>

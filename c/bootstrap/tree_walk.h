@@ -9,7 +9,7 @@
 // whatever the tree. One directory is open at a time, however deep the tree is.
 #pragma once
 
-#include "setupLauncher/directory.h"
+#include "base/directory.h"
 
 #include <dirent.h>
 #include <string>

@@ -1,8 +1,8 @@
 #include "bootstrap/version.h"
 
-#include "setupLauncher/directory.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/text.h"
+#include "base/directory.h"
+#include "base/paths.h"
+#include "base/text.h"
 
 #include <limits>
 

@@ -3,7 +3,7 @@
 // Owns: where the catalogue files lie, which of them fit the operator's locale, their conversion
 // from UTF-8 to the locale's character set, the two tables (localised for the console, English for
 // the log) and the output to the console. Leaves to others: what is said when, and with which
-// arguments (the pairs of show and record are in prereqchecks/install_log).
+// arguments (the pairs of show and record are in log/install_log).
 //
 // A catalogue file is a run of records KEY=text, each ended by a NUL byte. What is printed from
 // here before a catalogue is open is fixed English.

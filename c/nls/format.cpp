@@ -1,6 +1,6 @@
 #include "nls/format.h"
 
-#include "setupLauncher/text.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "platform/mount_table.h"
 
-#include "setupLauncher/text.h"
+#include "base/text.h"
 
 namespace {
 

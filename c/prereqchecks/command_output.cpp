@@ -1,7 +1,7 @@
 #include "prereqchecks/command_output.h"
 
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/paths.h"
+#include "base/paths.h"
+#include "log/install_log.h"
 
 #include <array>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 #include "prereqchecks/patch_check.h"
 
+#include "base/text.h"
+#include "log/install_log.h"
 #include "prereqchecks/command_output.h"
-#include "prereqchecks/install_log.h"
 #include "prereqchecks/system_checks.h"
-#include "setupLauncher/text.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "prereqchecks/prereq_driver.h"
 
+#include "base/profile.h"
+#include "base/status.h"
+#include "log/install_log.h"
 #include "platform/console_input.h"
-#include "prereqchecks/install_log.h"
 #include "prereqchecks/patch_check.h"
 #include "prereqchecks/system_checks.h"
-#include "setupLauncher/profile.h"
-#include "setupLauncher/status.h"
 
 #include <cstdlib>
 #include <fcntl.h>

@@ -1,12 +1,11 @@
 #include "prereqchecks/system_checks.h"
 
+#include "base/paths.h"
+#include "base/text.h"
+#include "platform/system_names.h"
 #include "prereqchecks/command_output.h"
-#include "setupLauncher/java_home.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/text.h"
 
 #include <cmath>
-#include <sys/utsname.h>
 #include <vector>
 
 namespace {
@@ -24,11 +23,6 @@ void report_list(const std::string& value) {
     std::string words;
     FormatValue(value, words);
     logAndShowMsg(words, 1);
-}
-
-std::string machine_name() {
-    utsname system{};
-    return uname(&system) < 0 ? "" : system.machine;
 }
 
 // `item` as arguments of a command. Blanks may stay, they only separate; anything else that a shell
@@ -189,7 +183,7 @@ int CheckPackagesInstalled(const std::string& value, const std::string& /*versio
 int CheckProcessorType(const std::string& value) {
     report("S_CHECKING_FOR_PROCESSOR");
     report_list(value);
-    const std::string machine = machine_name();
+    const std::string machine = getMachineName();
     bool passed = false;
     for (const std::string& item : split(value, ","))
         passed = passed || item == machine;

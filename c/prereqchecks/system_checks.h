@@ -8,7 +8,7 @@
 // install log, and returns 0 for passed and 1 for failed.
 #pragma once
 
-#include "prereqchecks/install_log.h"
+#include "log/install_log.h"
 
 #include <optional>
 #include <string>

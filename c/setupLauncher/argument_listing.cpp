@@ -1,6 +1,6 @@
 #include "setupLauncher/argument_listing.h"
 
-#include "prereqchecks/install_log.h"
+#include "log/install_log.h"
 
 void list_arguments(const std::vector<std::string>& arguments) {
     const std::string dashes = std::string(55, '-') + "\n";

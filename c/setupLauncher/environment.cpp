@@ -1,12 +1,12 @@
 #include "setupLauncher/environment.h"
 
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/directory.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/profile.h"
-#include "setupLauncher/status.h"
-#include "setupLauncher/text.h"
+#include "base/directory.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/profile.h"
+#include "base/status.h"
+#include "base/text.h"
+#include "log/install_log.h"
 
 #include <cstdlib>
 #include <sys/resource.h>

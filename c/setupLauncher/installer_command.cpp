@@ -1,12 +1,12 @@
 #include "setupLauncher/installer_command.h"
 
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/text.h"
 #include "setupLauncher/argument_listing.h"
 #include "setupLauncher/environment.h"
 #include "setupLauncher/java_home.h"
-#include "setupLauncher/launcher_state.h"
 #include "setupLauncher/locations.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/text.h"
 
 #include <cstdio>
 

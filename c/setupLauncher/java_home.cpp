@@ -1,13 +1,12 @@
 #include "setupLauncher/java_home.h"
 
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "log/install_log.h"
 
 #include <cstring>
 #include <strings.h>
-#include <sys/utsname.h>
 
 namespace {
 
@@ -61,11 +60,4 @@ void AddSourceLocation(std::string& srcJarLoc, std::vector<std::string>& arg,
         srcJarLoc = joined_path(paramLoc, srcJarLoc);
     arg.emplace_back("-sourceLoc");
     arg.push_back(srcJarLoc);
-}
-
-std::string getOSVersion() {
-    utsname system{};
-    if (uname(&system) < 0)
-        return "";
-    return system.release;
 }

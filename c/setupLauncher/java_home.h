@@ -1,7 +1,7 @@
-// What kind of Java home a location is, and what is passed on about sources and system.
+// What kind of Java home a location is, and what is passed on about sources.
 //
 // Owns: telling a runtime from a development kit, the demand for one of them, the installer's
-// source location, the system's release. Leaves to others: asking for a Java home (jreloc),
+// source location. Leaves to others: asking for a Java home (jreloc),
 // starting it (spawn).
 #pragma once
 
@@ -28,6 +28,3 @@ bool isStartWithHttp(std::string_view srcJarLoc);
 // address it is first joined to directory `paramLoc`, in `srcJarLoc` itself.
 void AddSourceLocation(std::string& srcJarLoc, std::vector<std::string>& arg,
                        const std::string& paramLoc);
-
-// The release of the operating system, as uname tells it.
-std::string getOSVersion();

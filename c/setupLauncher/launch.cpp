@@ -1,21 +1,22 @@
 #include "setupLauncher/launch.h"
 
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "base/text.h"
 #include "bootstrap/bootstrap.h"
 #include "jreloc.h"
-#include "prereqchecks/install_log.h"
+#include "log/install_log.h"
+#include "platform/system_names.h"
 #include "prereqchecks/prereq_driver.h"
 #include "setupLauncher/environment.h"
 #include "setupLauncher/installer_command.h"
 #include "setupLauncher/java_home.h"
-#include "setupLauncher/launcher_state.h"
 #include "setupLauncher/locations.h"
 #include "setupLauncher/options.h"
-#include "setupLauncher/paths.h"
 #include "setupLauncher/scratch.h"
 #include "setupLauncher/settings.h"
 #include "setupLauncher/spawn.h"
-#include "setupLauncher/status.h"
-#include "setupLauncher/text.h"
 
 #include <cstdlib>
 #include <optional>

@@ -1,10 +1,10 @@
 #include "setupLauncher/locations.h"
 
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "log/install_log.h"
 #include "platform/mount_table.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
 
 #include <climits>
 #include <cstdio>

@@ -1,10 +1,10 @@
 #include "setupLauncher/options.h"
 
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "log/install_log.h"
 #include "setupLauncher/locations.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
 
 #include <string_view>
 #include <unistd.h>

@@ -1,10 +1,10 @@
 #include "setupLauncher/scratch.h"
 
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
 #include "bootstrap/tree.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/status.h"
+#include "log/install_log.h"
 
 #include <array>
 #include <cerrno>

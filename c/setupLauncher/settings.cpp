@@ -1,13 +1,13 @@
 #include "setupLauncher/settings.h"
 
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/profile.h"
+#include "base/status.h"
+#include "base/text.h"
+#include "log/install_log.h"
 #include "setupLauncher/locations.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/profile.h"
 #include "setupLauncher/scratch.h"
-#include "setupLauncher/status.h"
-#include "setupLauncher/text.h"
 
 #include <cerrno>
 #include <cstdio>

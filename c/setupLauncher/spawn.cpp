@@ -1,9 +1,9 @@
 #include "setupLauncher/spawn.h"
 
-#include "prereqchecks/install_log.h"
+#include "base/launcher_state.h"
+#include "base/status.h"
+#include "log/install_log.h"
 #include "setupLauncher/argument_listing.h"
-#include "setupLauncher/launcher_state.h"
-#include "setupLauncher/status.h"
 
 #include <cerrno>
 #include <cstdio>

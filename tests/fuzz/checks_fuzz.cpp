@@ -1,8 +1,8 @@
 // Any output of the system's commands.
+#include "base/text.h"
 #include "fuzz_support.h"
 #include "prereqchecks/patch_check.h"
 #include "prereqchecks/system_checks.h"
-#include "setupLauncher/text.h"
 
 namespace {
 

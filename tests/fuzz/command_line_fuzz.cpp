@@ -1,7 +1,7 @@
 // Any command line: the look at the whole of it, the scan, the entry class, the composed command.
+#include "base/launcher_state.h"
 #include "fuzz_support.h"
 #include "setupLauncher/installer_command.h"
-#include "setupLauncher/launcher_state.h"
 #include "setupLauncher/options.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Any bytes as a parameter file: the lookups, the iteration and the tokenizer.
+#include "base/profile.h"
 #include "fuzz_support.h"
-#include "setupLauncher/profile.h"
 
 #include <optional>
 

@@ -1,8 +1,8 @@
 // Any text as a session variable, a path or a value in a joined command line.
+#include "base/paths.h"
+#include "base/text.h"
 #include "fuzz_support.h"
 #include "setupLauncher/locations.h"
-#include "setupLauncher/paths.h"
-#include "setupLauncher/text.h"
 
 #include <algorithm>
 #include <climits>

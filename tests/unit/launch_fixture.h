@@ -6,9 +6,9 @@
 // [KEY|first|second|third] is recorded; arguments that were not passed are empty.
 #pragma once
 
+#include "base/launcher_state.h"
+#include "log/install_log.h"
 #include "nls/catalogue.h"
-#include "prereqchecks/install_log.h"
-#include "setupLauncher/launcher_state.h"
 #include "unit_support.h"
 
 #include <fcntl.h>

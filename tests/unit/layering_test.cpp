@@ -10,26 +10,38 @@
 
 namespace {
 
-// From the ground up. A room includes rooms of its own layer and of those above it in this table.
+// The folders, from the ground up: each is a floor that includes only itself and those above it in
+// this list. A room outside every folder is a floor of its own.
+const std::vector<std::string> kFloors = {"utils",     "base",         "platform",
+                                          "nls",       "log",          "jreloc",
+                                          "bootstrap", "prereqchecks", "setupLauncher"};
+
+// The rooms, from the ground up. A room includes rooms of its own line and of those above it.
 const std::vector<std::vector<std::string>> kLayers = {
-    {"utils", "setupLauncher/status", "setupLauncher/text", "platform/mount_table",
-     "platform/mount_table_portable", "platform/mount_table_solaris", "platform/console_input"},
+    {"utils"},
+    {"base/status", "base/text"},
+    {"base/launcher_state", "base/directory", "base/profile", "base/paths"},
+    {"platform/mount_table", "platform/mount_table_portable", "platform/mount_table_solaris",
+     "platform/console_input", "platform/system_names"},
     {"nls/format", "nls/catalogue"},
-    {"setupLauncher/launcher_state", "setupLauncher/directory", "setupLauncher/profile",
-     "setupLauncher/paths", "bootstrap/version"},
-    {"prereqchecks/install_log"},
-    {"setupLauncher/argument_listing", "bootstrap/tree_walk", "bootstrap/tree",
-     "setupLauncher/locations", "prereqchecks/command_output"},
-    {"setupLauncher/scratch", "setupLauncher/environment", "setupLauncher/java_home",
-     "bootstrap/report", "bootstrap/inventory", "jreloc", "prereqchecks/system_checks",
-     "prereqchecks/patch_check"},
-    {"setupLauncher/settings", "setupLauncher/spawn", "bootstrap/bootstrap",
-     "prereqchecks/prereq_driver"},
+    {"log/install_log"},
+    {"jreloc"},
+    {"bootstrap/version", "bootstrap/tree_walk", "bootstrap/inventory"},
+    {"bootstrap/tree", "bootstrap/report"},
+    {"bootstrap/bootstrap"},
+    {"prereqchecks/command_output"},
+    {"prereqchecks/system_checks", "prereqchecks/patch_check"},
+    {"prereqchecks/prereq_driver"},
+    {"setupLauncher/argument_listing", "setupLauncher/locations", "setupLauncher/scratch",
+     "setupLauncher/environment", "setupLauncher/java_home"},
+    {"setupLauncher/settings", "setupLauncher/spawn"},
     {"setupLauncher/options"},
     {"setupLauncher/installer_command"},
     {"setupLauncher/launch"},
-    {"setupLauncher"}, // main
 };
+
+// Main stands beside the folders, above them all.
+const std::string kMain = "setupLauncher";
 
 using Complaints = std::vector<std::string>;
 // The sources of a tree: their bytes by their path below it.
@@ -53,13 +65,23 @@ std::string room_of(const std::string& file) {
     return file.substr(0, file.rfind('.'));
 }
 
-// The place of a room's layer in the table, or -1.
+// The place of a room's layer in the table, or -1; main's is above all.
 int layer_of(const std::string& room) {
+    if (room == kMain)
+        return static_cast<int>(kLayers.size());
     for (std::size_t layer = 0; layer < kLayers.size(); ++layer) {
         if (std::count(kLayers[layer].begin(), kLayers[layer].end(), room) != 0)
             return static_cast<int>(layer);
     }
     return -1;
+}
+
+// The place of a room's floor, or -1; main's is above all.
+int floor_of(const std::string& room) {
+    if (room == kMain)
+        return static_cast<int>(kFloors.size());
+    const auto floor = std::find(kFloors.begin(), kFloors.end(), room.substr(0, room.find('/')));
+    return floor == kFloors.end() ? -1 : static_cast<int>(floor - kFloors.begin());
 }
 
 std::vector<std::string> lines_of(const std::string& bytes) {
@@ -88,7 +110,7 @@ std::vector<std::string> includes_of(const std::string& bytes) {
 Complaints files_outside_the_table(const Sources& sources) {
     Complaints complaints;
     for (const auto& [file, bytes] : sources) {
-        if (layer_of(room_of(file)) == -1)
+        if (layer_of(room_of(file)) == -1 || floor_of(room_of(file)) == -1)
             complaints.push_back(file);
     }
     return complaints;
@@ -113,6 +135,17 @@ Complaints includes_that_lead_upwards(const Sources& sources) {
     for (const auto& [file, bytes] : sources) {
         for (const std::string& name : includes_of(bytes)) {
             if (layer_of(room_of(name)) > layer_of(room_of(file)))
+                complaints.push_back(file + " includes " + name);
+        }
+    }
+    return complaints;
+}
+
+Complaints includes_of_a_higher_folder(const Sources& sources) {
+    Complaints complaints;
+    for (const auto& [file, bytes] : sources) {
+        for (const std::string& name : includes_of(bytes)) {
+            if (floor_of(room_of(name)) > floor_of(room_of(file)))
                 complaints.push_back(file + " includes " + name);
         }
     }
@@ -229,6 +262,20 @@ TEST(Layers, NothingIncludesARoomOfAHigherLayer) {
     EXPECT_EQ(includes_that_lead_upwards(launcher()), Complaints{});
 }
 
+TEST(Layers, AFolderIncludesOnlyFoldersBelowIt) {
+    EXPECT_EQ(includes_of_a_higher_folder(launcher()), Complaints{});
+}
+
+TEST(Layers, TheRoomsOfAFolderStandTogetherAndInTheFoldersOrder) {
+    int floor = 0;
+    for (const auto& layer : kLayers) {
+        for (const std::string& room : layer) {
+            EXPECT_GE(floor_of(room), floor) << room;
+            floor = floor_of(room);
+        }
+    }
+}
+
 TEST(Layers, NoRoomIncludesItselfThroughOthers) {
     EXPECT_EQ(rooms_in_a_circle(launcher()), Complaints{});
 }
@@ -273,6 +320,22 @@ TEST(LayersCheck, AnIncludeThatLeadsUpwardsIsReported) {
     EXPECT_EQ(includes_that_lead_upwards(
                   with("jreloc.h", "  #  include  \"setupLauncher/launch.h\" // why\n")),
               Complaints{"jreloc.h includes setupLauncher/launch.h"});
+}
+
+TEST(LayersCheck, AnIncludeOfAHigherFolderIsReported) {
+    EXPECT_EQ(includes_of_a_higher_folder(
+                  with("base/paths.cpp", "#include \"base/paths.h\"\n#include \"nls/format.h\"\n")),
+              Complaints{"base/paths.cpp includes nls/format.h"});
+    EXPECT_EQ(includes_of_a_higher_folder(
+                  with("prereqchecks/extra.cpp", "#include \"setupLauncher/java_home.h\"\n")),
+              Complaints{"prereqchecks/extra.cpp includes setupLauncher/java_home.h"});
+    EXPECT_EQ(includes_of_a_higher_folder(
+                  with("setupLauncher/extra.cpp", "#include \"bootstrap/tree.h\"\n")),
+              Complaints{});
+}
+
+TEST(LayersCheck, AFileInAFolderOfNoFloorIsReported) {
+    EXPECT_EQ(files_outside_the_table(with("extra/room.h", "")), Complaints{"extra/room.h"});
 }
 
 TEST(LayersCheck, AnIncludeOfNoFileIsReported) {

@@ -2,8 +2,8 @@
 // one value.
 #pragma once
 
+#include "base/status.h"
 #include "bootstrap/tree.h"
-#include "setupLauncher/status.h"
 #include "unit_surroundings.h"
 
 #include <map>

@@ -1,0 +1,82 @@
+#include "base/directory.h"
+
+#include <cerrno>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::size_t kEntriesAtOnce = 4096;
+
+bool is_own_or_parent(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+#ifdef _DIRENT_HAVE_D_TYPE
+bool is_plain_file(const dirent& entry) {
+    return entry.d_type == DT_REG;
+}
+#else
+bool is_plain_file(const dirent&) {
+    return false; // these directories do not tell
+}
+#endif
+
+} // namespace
+
+DirectoryEntries directory_entries(const std::string& path) {
+    DirectoryEntries entries;
+    DIR* directory = opendir(path.c_str());
+    if (directory == nullptr)
+        return entries;
+    entries.opened = true;
+    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
+        entries.empty = false;
+        std::string name(entry->d_name);
+        if (!is_own_or_parent(name))
+            entries.names.push_back(std::move(name));
+    }
+    closedir(directory);
+    return entries;
+}
+
+bool next_entries(std::vector<DirectoryEntry>& entries, DIR* directory) {
+    entries.clear();
+    while (entries.size() < kEntriesAtOnce) {
+        errno = 0;
+        const dirent* entry = readdir(directory);
+        if (entry == nullptr)
+            break;
+        if (!is_own_or_parent(entry->d_name))
+            entries.push_back({entry->d_name, is_plain_file(*entry)});
+    }
+    return !entries.empty();
+}
+
+DirectoryIdentity directory_identity(const std::string& path) {
+    struct stat found {};
+    if (stat(path.c_str(), &found) != 0)
+        return {};
+    return {found.st_dev, found.st_ino};
+}
+
+std::vector<DirectoryIdentity> directories_above(const std::string& path) {
+    // Asked step by step: a path may be too long to be resolved as a whole.
+    std::vector<DirectoryIdentity> above;
+    std::string directory = path;
+    DirectoryIdentity last = directory_identity(directory);
+    while (last != DirectoryIdentity{}) {
+        directory += "/..";
+        const DirectoryIdentity next = directory_identity(directory);
+        if (next == DirectoryIdentity{} || next == last)
+            break; // "/" lies in itself
+        above.push_back(next);
+        last = next;
+    }
+    return above;
+}
+
+bool is_directory(const std::string& path) {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+}
