@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -79,4 +80,8 @@ std::vector<DirectoryIdentity> directories_above(const std::string& path) {
 bool is_directory(const std::string& path) {
     struct stat found {};
     return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+void enter_if_possible(const std::string& path) {
+    [[maybe_unused]] const int result = chdir(path.c_str());
 }

@@ -1,8 +1,8 @@
-// Reading directories.
+// Reading and entering directories.
 //
-// Owns: the list of a directory's entries, whole or some at a time, and the questions whether a
-// path is a directory, which one, and in which others it lies. Leaves to others: what is done with
-// the entries (bootstrap/tree_walk goes through whole trees).
+// Owns: the list of a directory's entries, whole or some at a time, the questions whether a path is
+// a directory, which one, and in which others it lies, and going there. Leaves to others: what is
+// done with the entries (bootstrap/tree_walk goes through whole trees).
 #pragma once
 
 #include <dirent.h>
@@ -47,3 +47,7 @@ std::vector<DirectoryIdentity> directories_above(const std::string& path);
 
 // Whether `path` is a directory or leads to one; false for what cannot be asked.
 bool is_directory(const std::string& path);
+
+// Makes `path` the working directory; where that cannot be done the process stays where it is, and
+// to the caller it makes no difference.
+void enter_if_possible(const std::string& path);

@@ -2,14 +2,18 @@
 
 #include "base/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 constexpr mode_t kNewDirectoryMode = 0777;
+// What replaceStr has room for without moving; no path of a system is longer.
+constexpr std::size_t kReplacedRoom = 4096;
 
 // The value after `name`, up to `end_mark`. Its first character never counts as the end, so that
 // "-name -other" has the value "-other".
@@ -117,6 +121,7 @@ void StripQuotes(std::string& str) {
 
 const char* replaceStr(const char* str, const char* orig, const char* rep) {
     static std::string replaced;
+    static std::string outgrown;
     if (str == nullptr || orig == nullptr || rep == nullptr)
         return str;
     std::string text(str);
@@ -124,6 +129,12 @@ const char* replaceStr(const char* str, const char* orig, const char* rep) {
     if (found == std::string::npos)
         return str;
     text.replace(found, std::string_view(orig).size(), rep);
+    if (replaced.capacity() < std::max(text.size(), kReplacedRoom)) {
+        // The next result overwrites this one, but whoever still holds it may read it.
+        outgrown = std::move(replaced);
+        replaced = std::string();
+        replaced.reserve(std::max(text.size(), kReplacedRoom));
+    }
     replaced = text;
     return replaced.c_str();
 }

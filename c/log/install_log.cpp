@@ -32,8 +32,8 @@ std::string inventory_of_pointer_file(const std::string& pointer_file) {
     return inventory;
 }
 
-// Opens `path` when its directory can take a log. The stream before it is closed only when a new
-// one takes its place.
+// Opens `path` when its directory can take a log. The stream before it then closes in any case:
+// what belongs into the new log must not go on into the old one when the new one cannot be opened.
 void open_log_file(const std::string& directory, const std::string& path, std::FILE*& stream,
                    std::string& location) {
     if (PathWritable(directory)) {

@@ -111,9 +111,10 @@ void open_converter() {
     convDes = iconv_open(encoding, kCatalogueCharset.data());
     if (convDes != invalid_converter())
         return;
-    // Some systems say ISO8859-15 where their converters say 8859-15.
-    if (std::strlen(encoding) > 3)
-        convDes = iconv_open(encoding + 3, kCatalogueCharset.data());
+    // Some systems say ISO8859-15 where their converters say 8859-15. Of a short name such as "646"
+    // nothing is left, which is some converters' word for the character set of the locale.
+    const std::string rest = std::string(encoding).erase(0, 3);
+    convDes = iconv_open(rest.c_str(), kCatalogueCharset.data());
     if (convDes != invalid_converter())
         return;
     std::fputs("\nERROR: Unable to convert from \"UTF-8\" to \"", stderr);

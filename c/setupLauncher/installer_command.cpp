@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr const char* kInstallerClass = "talvex.admkit.kst.kstc.KstcInstaller";
 // This release of the system knows no platform parameter.
 constexpr const char* kReleaseWithoutPlatformParameter = "5.5.1";
 

@@ -1,5 +1,6 @@
 #include "setupLauncher/launch.h"
 
+#include "base/directory.h"
 #include "base/launcher_state.h"
 #include "base/paths.h"
 #include "base/status.h"
@@ -189,9 +190,9 @@ int run_bootstrap(Launch& launch, long bootstrap_size, bool bBootStrapJRE) {
         .bNoBootStrap = command_line.bNoBootStrap,
         .bShipHomeLocation = command_line.bShipHomeLocation,
     });
-    if (command_line.bShipHomeLocation && chdir(settings.startupLoc.c_str()) != 0) {
-        // The launch goes on where it is: everything it needs lies in the scratch directory now.
-    }
+    // Or it goes on where it is: everything it needs lies in the scratch directory now.
+    if (command_line.bShipHomeLocation)
+        enter_if_possible(settings.startupLoc);
     return result;
 }
 
@@ -255,9 +256,9 @@ void leave_stage(bool bootstrap) {
     GetTempDir(temp);
     if (!PathExists(temp))
         temp = kTempDirectory;
-    if (bootstrap && chdir(temp.c_str()) != 0) {
-        // Then the stage stays in use while the installer runs; nothing else depends on it.
-    }
+    // Or the stage stays in use while the installer runs; nothing else depends on it.
+    if (bootstrap)
+        enter_if_possible(temp);
 }
 
 // Validates the Java home and starts the installer; the status of whichever failed, or its own.

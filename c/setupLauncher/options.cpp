@@ -119,8 +119,6 @@ constexpr EntryClass kEntryClasses[] = {
     // clang-format on
 };
 
-constexpr const char* kInstallerClass = "talvex.admkit.kst.kstc.KstcInstaller";
-
 // An option that takes a value takes it only when it stands alone, not inside a longer word.
 bool is_whole(const Option& option, const std::string& upper) {
     return upper.size() == option.text.size();

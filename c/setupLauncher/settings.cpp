@@ -1,5 +1,6 @@
 #include "setupLauncher/settings.h"
 
+#include "base/directory.h"
 #include "base/launcher_state.h"
 #include "base/paths.h"
 #include "base/profile.h"
@@ -11,7 +12,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <unistd.h>
 
 namespace {
 
@@ -26,7 +26,7 @@ enum class Rule {
     java_scratch,    // the same, as a path in the scratch directory
     stage_default,   // the fallback is a pattern of the stage, or the start directory
     prereq_location, // only when the command line gave none, or FROM_LOCATION did
-    components,      // a list separated by commas
+    components,      // a list separated by commas, in a field of its own kind
 };
 
 struct Key {
@@ -63,8 +63,7 @@ const Key kKeys[] = {
     {"MULTICD", "T", Rule::first_character, &Settings::multiCD, nullptr},
     {"JRE_OSDPARAM", "", Rule::whole, &Settings::osdParam, nullptr},
     {"ADDTO_CLASSPATH", "", Rule::whole, &Settings::addtoClasspathString, nullptr},
-    {"INSTALL_CLASS", "talvex.admkit.kst.kstc.KstcInstaller", Rule::whole, &Settings::sEntryPoint,
-     nullptr},
+    {"INSTALL_CLASS", kInstallerClass, Rule::whole, &Settings::sEntryPoint, nullptr},
     {"INSTALL_ONECLICK_CLASS", "talvex.admkit.kon.konc.KoncOneClickInstaller", Rule::whole,
      &Settings::sOneClickEntryPoint, nullptr},
     {"PREREQ_CONFIG_LOCATION", "", Rule::prereq_location, &Settings::prereqConfigLoc, nullptr},
@@ -94,9 +93,11 @@ std::string default_component_location(const Settings& settings, const char* nam
 
 void read_key(const Key& key, Settings& settings) {
     const std::string& file = settings.paramFileLocation;
-    std::string& target = key.launch_wide != nullptr ? *key.launch_wide
-                          : key.field != kNoField    ? settings.*key.field
-                                                     : settings.access;
+    if (key.rule == Rule::components) {
+        settings.sBootStrapComps = split(looked_up(key.name, key.fallback, file), ",");
+        return;
+    }
+    std::string& target = key.field == kNoField ? *key.launch_wide : settings.*key.field;
     switch (key.rule) {
     case Rule::whole:
         target = looked_up(key.name, key.fallback, file);
@@ -123,8 +124,7 @@ void read_key(const Key& key, Settings& settings) {
             target = looked_up(key.name, target, file);
         break;
     case Rule::components:
-        settings.sBootStrapComps = split(looked_up(key.name, key.fallback, file), ",");
-        break;
+        break; // above: the one list among texts
     }
 }
 
@@ -218,10 +218,9 @@ int GetParamOptions(Settings& settings, bool bBootStrapOnly, bool bScratchPath,
     if (found != kOk)
         return found;
 
-    // The stage's locations are relative to the start directory.
-    if (chdir(settings.startupLoc.c_str()) != 0) {
-        // Nothing to say: the directory that the process is in takes its place.
-    }
+    // The stage's locations are relative to the start directory; without it the one that the
+    // process is in takes its place.
+    enter_if_possible(settings.startupLoc);
     if (GetCurrentDir(curDir) != kOk)
         return kFailed;
     if (!bShipHomeLocation)

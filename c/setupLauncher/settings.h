@@ -11,6 +11,9 @@
 // The one section that holds the launcher's keys.
 inline constexpr const char* kLauncherSection = "Talvex";
 
+// The regular installer: INSTALL_CLASS unless the parameter file says otherwise.
+inline constexpr const char* kInstallerClass = "talvex.admkit.kst.kstc.KstcInstaller";
+
 // How GetParamInformation treats a value.
 inline constexpr int kWholeValue = 0;
 inline constexpr int kFirstCharacter = 3;

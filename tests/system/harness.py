@@ -31,7 +31,7 @@ from harness_catalogues import (compile_locale, de, en, marked, read_catalogue, 
                                 write_catalogue)
 from harness_files import (as_bytes, assert_golden, assert_same, ini_text,  # noqa: F401
                            java_home, read_file, tool, tree, write_file, write_script)
-from harness_record import Record, file_crc  # noqa: F401
+from harness_record import Record, file_crc, signal_mask  # noqa: F401
 from harness_root import OPERATOR_HOME, RECORDS, SANITIZER_REPORTS, CleanRoot  # noqa: F401
 
 KELVANE = OPERATOR_HOME + "/kelvane"

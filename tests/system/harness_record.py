@@ -86,6 +86,11 @@ class Record:
         return self.argv[at + 2:]
 
 
+def signal_mask(*signals):
+    """The mask of these signals, as a Record holds it."""
+    return sum(1 << (number - 1) for number in signals)
+
+
 def file_crc(content):
     """What a Record's tree holds for a file of more than 1 MB."""
     return (len(content), zlib.crc32(content))

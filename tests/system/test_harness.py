@@ -9,7 +9,7 @@ import subprocess
 import pytest
 
 import harness
-from harness import write_file, write_script
+from harness import signal_mask, write_file, write_script
 
 
 @pytest.fixture(name="stand_in")
@@ -104,6 +104,15 @@ def test_the_record_holds_directory_mask_limit_and_descriptors(stand_in):
     place = stand_in('umask 027; cd /tmp; exec 7</etc/passwd; exec "$OLDPWD/../../jdk/jre/bin/java"\n')
     record = place.launch(limits={resource.RLIMIT_NOFILE: (100, 200)}).record
     assert (record.cwd, record.umask, record.nofile, record.fds) == ("/tmp", 0o027, (100, 200), [7])
+
+
+def test_the_record_holds_which_signals_are_ignored_and_which_are_held(stand_in):
+    record = stand_in("trap '' HUP QUIT\n" + START_JAVA).launch().record
+    assert record.signals_ignored == signal_mask(signal.SIGHUP, signal.SIGQUIT)
+    assert record.signals_blocked == 0
+    held = stand_in("exec python3 -c 'import os, signal; signal.pthread_sigmask(signal.SIG_BLOCK,"
+                    " [signal.SIGTERM]); os.execv(\"../../jdk/jre/bin/java\", [\"java\"])'\n")
+    assert held.launch().record.signals_blocked == signal_mask(signal.SIGTERM)
 
 
 def test_a_launch_inherits_no_descriptor_of_the_tests(stand_in):

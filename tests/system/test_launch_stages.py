@@ -3,12 +3,14 @@ status, and what is shown and recorded in which order."""
 
 import errno
 import os
+import signal
 import time
 
 import pytest
 
 from harness import (INVENTORY, KELVANE, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP,
-                     assert_same, de, en, read_file, tree, write_file)
+                     assert_same, de, en, read_file, signal_mask, tree, write_file,
+                     write_script)
 
 VERSION_LINE = b"INFO: " + en("S_ZUL") + b" Version 1.7.0.0.0 \n"
 
@@ -277,6 +279,18 @@ def test_a_command_too_long_for_the_system_is_reported_like_any_program_that_doe
 def test_no_cleanup_on_exit_keeps_the_scratch_directory(home):
     launch = home.launch("-silent", "-noCleanupOnExit")
     assert launch.scratches == [launch.record.scratch]
+
+
+def test_the_installer_starts_with_no_signal_held_or_ignored(home):
+    record = home.launch("-silent").record
+    assert (record.signals_blocked, record.signals_ignored) == (0, 0)
+
+
+def test_what_the_caller_ignores_is_ignored_in_the_installer_too(home):
+    write_script("/tmp/ignoring", f"trap '' HUP QUIT\nexec {home.launcher} \"$@\"\n")
+    record = home.launch("-silent", program="/tmp/ignoring").record
+    assert record.signals_ignored == signal_mask(signal.SIGHUP, signal.SIGQUIT)
+    assert record.signals_blocked == 0
 
 
 def test_a_home_launch_waits_for_the_installer_whatever_nowait_says(home):

@@ -203,3 +203,21 @@ TEST(IsDirectory, DoesNotHoldForAFileADanglingLinkAndAMissingPath) {
     EXPECT_FALSE(is_directory(here.file("missing")));
     EXPECT_FALSE(is_directory(""));
 }
+
+TEST(EnterIfPossible, GoesThere) {
+    const TemporaryDirectory here;
+    const WorkingDirectory before(here.path());
+    std::filesystem::create_directory(here.file("inside"));
+    enter_if_possible("inside");
+    EXPECT_EQ(std::filesystem::current_path(), here.file("inside"));
+}
+
+TEST(EnterIfPossible, StaysWhereItIsWhenItCannot) {
+    const TemporaryDirectory here;
+    const WorkingDirectory before(here.path());
+    here.write("file", "");
+    for (const char* path : {"missing", "file", ""}) {
+        enter_if_possible(path);
+        EXPECT_EQ(std::filesystem::current_path(), here.path()) << path;
+    }
+}

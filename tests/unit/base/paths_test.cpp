@@ -94,8 +94,13 @@ TEST(GetFullFileName, PutsASlashBehindAnyOtherDirectory) {
     EXPECT_EQ(full_name("/a", "x.ini"), "/a/x.ini");
 }
 
-TEST(GetFullFileName, WithoutADirectoryBufferDoesNothing) {
-    GetFullFileName(nullptr, "x.ini");
+TEST(GetFullFileName, ComesBackFromACallWithoutADirectoryBuffer) {
+    EXPECT_EXIT(
+        {
+            GetFullFileName(nullptr, "x.ini");
+            std::_Exit(7);
+        },
+        testing::ExitedWithCode(7), "");
 }
 
 TEST(NormalizeDir, RemovesOneTrailingSlashOnly) {
@@ -239,6 +244,32 @@ TEST(PathWritable, GivesUpWhereAParentCannotBeCreated) {
     });
 }
 
+TEST(PathWritable, CreatesNothingBelowADirectoryThatIsNotWhollyOpenToThisUser) {
+    as_ordinary_user([] {
+        const TemporaryDirectory here;
+        const std::string unreadable = here.file("unreadable");
+        std::filesystem::create_directory(unreadable);
+        // Directories could be made in it, but what lies above them already decides.
+        EXPECT_EQ(chmod(unreadable.c_str(), 0300), 0);
+        EXPECT_FALSE(PathWritable(unreadable + "/a/b"));
+        EXPECT_FALSE(PathExists(unreadable + "/a"));
+        EXPECT_FALSE(PathWritable(unreadable + "/a/b/c/d"));
+        EXPECT_FALSE(PathExists(unreadable + "/a"));
+        EXPECT_EQ(chmod(unreadable.c_str(), 0700), 0);
+    });
+}
+
+TEST(PathWritable, AsksForAPathBelowAnOpenParentOnlyAboutThePathItself) {
+    as_ordinary_user([] {
+        const TemporaryDirectory here;
+        const std::string unreadable = here.file("unreadable");
+        std::filesystem::create_directory(unreadable);
+        EXPECT_EQ(chmod(unreadable.c_str(), 0300), 0);
+        EXPECT_TRUE(PathWritable(unreadable + "/a"));
+        EXPECT_EQ(chmod(unreadable.c_str(), 0700), 0);
+    });
+}
+
 TEST(PathWritable, LetsTheMaskDecideAboutWhatItCreatedItself) {
     as_ordinary_user([] {
         const TemporaryDirectory here;
@@ -300,8 +331,13 @@ TEST(TrimString, KeepsBytesOutsideAscii) {
     EXPECT_EQ(trimmed_string(" \xa0\x85x\xa0 "), "\xa0\x85x\xa0");
 }
 
-TEST(TrimString, WithoutATextDoesNothing) {
-    TrimString(nullptr);
+TEST(TrimString, ComesBackFromACallWithoutAText) {
+    EXPECT_EXIT(
+        {
+            TrimString(nullptr);
+            std::_Exit(7);
+        },
+        testing::ExitedWithCode(7), "");
 }
 
 TEST(StripQuotes, RemovesTheQuotesAroundAText) {
@@ -350,6 +386,17 @@ TEST(ReplaceStr, ItsResultIsOverwrittenByTheNextCall) {
     const char* second = replaceStr("two", "t", "T");
     EXPECT_EQ(first, second);
     EXPECT_STREQ(first, "Two");
+}
+
+TEST(ReplaceStr, ItsResultStaysReadableWhenTheNextOneIsLonger) {
+    std::string longer(100, 'x');
+    for (int round = 0; round < 4; ++round) {
+        const char* first = replaceStr("-one", "-", "");
+        longer += longer + longer + longer + longer; // 500 bytes, then more than a page
+        const char* second = replaceStr(("-" + longer).c_str(), "-", "");
+        EXPECT_EQ(second, longer);
+        EXPECT_TRUE(std::string(first) == "one" || first == second) << round;
+    }
 }
 
 TEST(ReplaceStr, TakesItsOwnResultAsInput) {

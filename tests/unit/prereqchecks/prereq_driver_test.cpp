@@ -1,8 +1,22 @@
+#include "prereqchecks/patch_check.h"
 #include "prereqchecks/prereq_fixture.h"
 
 namespace {
 
 constexpr const char* kTooMuch = "1e18";
+
+// Every check of the launcher fails with the same number, so one check stands in here.
+int result_of_patches = 0;
+
+} // namespace
+
+// Found before the launcher's own.
+int CheckPatchesInstalled(const std::string& /*value*/, const std::string& /*version*/,
+                          const std::string& /*scratchLoc*/, int /*bLogToConsole*/) {
+    return result_of_patches;
+}
+
+namespace {
 
 // --- One phase: the generic one
 
@@ -44,6 +58,13 @@ TEST_F(PrereqDriverTest, TheChecksRunInTheOrderOfTheFile) {
 
 TEST_F(PrereqDriverTest, ALaterPassedCheckDoesNotClearAFailure) {
     EXPECT_EQ(generic_phase(kFailingProcessor + "TEMP_SPACE=0\n"), 1);
+}
+
+TEST_F(PrereqDriverTest, ALaterFailureTakesThePlaceOfTheFirst) {
+    result_of_patches = 7;
+    EXPECT_EQ(generic_phase(kFailingProcessor + "PATCHES=1\n"), 7);
+    EXPECT_EQ(generic_phase("PATCHES=1\n" + kFailingProcessor), 1);
+    EXPECT_EQ(generic_phase("PATCHES=1\nTEMP_SPACE=0\n"), 7);
 }
 
 TEST_F(PrereqDriverTest, ATempSpaceOf0PassesWithoutMeasuring) {
@@ -191,6 +212,32 @@ TEST_F(PrereqDriverTest, TheOptionalPhaseChecksTheSectionThatTheRequiredPhaseNam
     EXPECT_EQ(run_phase(), 1);
     EXPECT_EQ(said.out, failing_processor_on_console());
     EXPECT_EQ(texts, "\n\noptional");
+}
+
+TEST_F(PrereqDriverTest, TheOptionalPhaseOfNoVersionLooksForASectionWithoutAName) {
+    write_file("[]\n" + kFailingProcessor);
+    generic = required = false;
+    EXPECT_EQ(run_phase(), 1);
+    EXPECT_EQ(said.out, failing_processor_on_console());
+}
+
+TEST_F(PrereqDriverTest, TheOptionalPhaseRunsAlsoWhenNoVersionMatched) {
+    write_file("[]\n" + kFailingProcessor);
+    closeLog();
+    const Said all = said_by([&] {
+        checkPreReqs({.paramLoc = file,
+                      .scratchLoc = scratch,
+                      .gsTimeStamp = "STAMP",
+                      .gsLogFileName = "/log",
+                      .silent = true,
+                      .invPtrLocation = room.file("none"),
+                      .bExecSysPreReqs = false,
+                      .bIgnorePreReqs = true,
+                      ._bNoConsole = false,
+                      ._bPlatPrereqs = true});
+    });
+    EXPECT_EQ(all.out, shown("S_NO_PREQ_RUN") + failing_processor_on_console() +
+                           shown("S_IGNORE_OPT_SYS_PREREQ") + "\n");
 }
 
 TEST_F(PrereqDriverTest, TheOptionalPhaseOfNoVersionPasses) {

@@ -1,13 +1,34 @@
 #include "setupLauncher/installer_command.h"
 
 #include "launch_fixture.h"
-#include "setupLauncher/locations.h"
 
 #include <algorithm>
+#include <grp.h>
+#include <unistd.h>
 
 namespace {
 
 using Vector = std::vector<std::string>;
+
+// The names of the operator's groups, whose numbers are their places here.
+std::vector<std::string> operators_groups;
+
+} // namespace
+
+// These stand before the library's own, whose answers depend on who runs the tests.
+extern "C" int getgroups(int size, gid_t* list) noexcept {
+    for (int i = 0; i < size; ++i)
+        list[i] = static_cast<gid_t>(i);
+    return static_cast<int>(operators_groups.size());
+}
+
+extern "C" group* getgrgid(gid_t id) {
+    static group found;
+    found.gr_name = operators_groups.at(id).data();
+    return &found;
+}
+
+namespace {
 
 // What lies below the components in a class path, jar by jar.
 std::string jars_behind_extensions(const std::string& back_end, const std::string& patch_tool,
@@ -430,22 +451,39 @@ TEST_F(InstallerCommandTest, OneclickWrapsTheCompleteCommandOfTheInstaller) {
     state::_bMemory = true;
     settings.jreOptions = "-Da";
     give({"-oneClick"});
-    const Vector plain = with(plain_vector(), "-cp", {"-Da", "-verbose:gc"});
-    const auto behind_class_path = std::find(plain.begin(), plain.end(), "main.Class");
-    Vector expected(plain.begin(), behind_class_path);
-    expected.emplace_back("one.click.Class");
-    expected.insert(expected.end(), plain.begin(), behind_class_path);
-    expected.emplace_back("talvex.admkit.kst.kstc.KstcInstaller");
-    std::string groups;
-    computeUnixGroups(groups);
-    if (!groups.empty())
-        expected.push_back(groups);
-    expected.insert(expected.end(), behind_class_path + 1, plain.end());
-    expected.emplace_back("-oneClick");
-
-    const Vector vector = composed();
-    EXPECT_EQ(vector, expected);
-    EXPECT_EQ(std::count(vector.begin(), vector.end(), "/home/jre/bin/java"), 2);
+    const Vector regular = {
+        "/home/jre/bin/java",
+        "-Dtalvex.installer.library_loc=/lib",
+        "-Dtalvex.installer.zul_loc=/cur/zulcore",
+        "-Dtalvex.installer.bootstrap=FALSE",
+        "-Dtalvex.installer.startup_location=/home/bin",
+        "-Dtalvex.installer.jre_loc=../../jdk/jre",
+        "-Dtalvex.installer.nlsEnabled=\"TRUE\"",
+        "-Dtalvex.installer.prereqConfigLoc= ",
+        "-Dtalvex.installer.unixVersion=5.11",
+        "-Da",
+        "-verbose:gc",
+        "-cp",
+        room.path() + ":" + jars_behind_extensions("/be", "/pt", "/fe", ""),
+    };
+    const auto expected = [&](const Vector& groups) {
+        Vector vector = regular;
+        vector.emplace_back("one.click.Class");
+        vector.insert(vector.end(), regular.begin(), regular.end());
+        vector.emplace_back("talvex.admkit.kst.kstc.KstcInstaller");
+        vector.insert(vector.end(), groups.begin(), groups.end());
+        for (const std::string& element :
+             {std::string("-scratchPath"), room.path(), std::string("-sourceType"),
+              std::string("network"), std::string("-timestamp"), std::string("STAMP"),
+              std::string("-oneClick")})
+            vector.push_back(element);
+        return vector;
+    };
+    operators_groups = {"staff", "dba"};
+    EXPECT_EQ(composed(), expected({"UnixGroups=\"{staff,dba,}\""}));
+    operators_groups.clear();
+    locations.jreLoc = "/home/jre/bin"; // the composition has made the program's path of it
+    EXPECT_EQ(composed(), expected({}));
 }
 
 TEST_F(InstallerCommandTest, OneclickInASilentLaunchWrapsNothing) {

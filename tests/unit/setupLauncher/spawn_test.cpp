@@ -336,6 +336,13 @@ TEST_F(SpawnTest, AFailedStartIsRecordedInDebugMode) {
     EXPECT_EQ(end.err, shown("S_ERGOSLST", {"CreateZULProcess()", std::to_string(ENOENT)}) + "\n");
 }
 
+TEST_F(SpawnTest, ALogThatCannotBeWrittenDoesNotChangeTheReasonThatIsTold) {
+    state::_bDebug = true;
+    sLogLoc = "/dev/full"; // every write fails with a number of its own
+    const ChildEnd end = end_of_start([] { return SpawnProcess({"/no/such/program"}, true); });
+    EXPECT_EQ(end.err, shown("S_ERGOSLST", {"CreateZULProcess()", std::to_string(ENOENT)}) + "\n");
+}
+
 TEST_F(SpawnTest, ForkprocessComesBackInTheChildWithoutAMessage) {
     const ChildEnd end =
         end_of_start([] { return forkprocess("/no/such/program", {"name"}, true); });
