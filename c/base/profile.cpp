@@ -2,9 +2,18 @@
 
 #include "base/text.h"
 
+#include <ctime>
+#include <optional>
+#include <string_view>
+#include <sys/stat.h>
+#include <vector>
+
 namespace {
 
 constexpr int kByteThatEndsData = 255;
+// Clocks of file systems tick as slowly as every two seconds: of a file that changed later than so
+// many seconds ago a further change might not show.
+constexpr time_t kSlowestTick = 2;
 
 // The line that is being cut into tokens, and what of it is unread.
 std::string line_in_work;
@@ -12,8 +21,9 @@ std::size_t psRemainingString = 0;
 
 // Reads a line without its line feed: 0, or -1 when the data ended, with what had been gathered.
 // A line feed after nothing but white space does not end the line: the white space stays in front.
+// The line is appended to `line`.
 int GetLine(std::string& line, std::FILE* file) {
-    line.clear();
+    const std::size_t start = line.size();
     bool has_text = false;
     int result = -1;
     for (;;) {
@@ -35,50 +45,130 @@ int GetLine(std::string& line, std::FILE* file) {
         has_text = has_text || !is_white_space(static_cast<char>(byte));
     }
     // Lines are texts for everybody above, and a text ends at a NUL.
-    const std::size_t nul = line.find('\0');
+    const std::size_t nul = line.find('\0', start);
     if (nul != std::string::npos)
         line.resize(nul);
     return result;
 }
 
-// The header in `line`, or null. Trailing white space of a header line is cut off in place.
-const char* IsBlockHeader(std::string& line) {
+// What tells a file's bytes from those it had before and from every other file's.
+struct Version {
+    dev_t device;
+    ino_t inode;
+    off_t size;
+    time_t seconds; // of the last change
+    long nanoseconds;
+
+    bool operator==(const Version&) const = default;
+};
+
+// The last file that was read: a launch asks one file for some forty keys.
+struct KeptFile {
+    bool reusable = false; // the version tells every change
+    Version version{};
+    std::string text;              // its lines, one behind the other
+    std::vector<std::size_t> ends; // where each ends; the last is the one that the data ended in
+};
+KeptFile kept_file;
+
+// The version of a plain file; nothing else stays what it is while nobody changes it.
+std::optional<Version> version_of(const struct stat& found) {
+    if (!S_ISREG(found.st_mode))
+        return std::nullopt;
+    return Version{found.st_dev, found.st_ino, found.st_size, found.st_ctim.tv_sec,
+                   found.st_ctim.tv_nsec};
+}
+
+// Whether the kept lines are those of the file that is now at `path`.
+bool is_kept(const char* path) {
+    struct stat found {};
+    return kept_file.reusable && stat(path, &found) == 0 && version_of(found) == kept_file.version;
+}
+
+// Keeps the lines of the open file when it is a plain one.
+bool keep(std::FILE* file) {
+    struct stat found {};
+    // Asked before the reading: a change while it lasts is a change afterwards.
+    const std::optional<Version> version =
+        fstat(fileno(file), &found) == 0 ? version_of(found) : std::nullopt;
+    kept_file.reusable = version && version->seconds + kSlowestTick < std::time(nullptr);
+    if (!version)
+        return false;
+    kept_file.version = *version;
+    kept_file.text.clear();
+    kept_file.ends.clear();
+    for (int status = 0; status == 0; kept_file.ends.push_back(kept_file.text.size()))
+        status = GetLine(kept_file.text, file);
+    return true;
+}
+
+// Where lines come from: an open stream, or without one the kept file.
+struct Lines {
+    std::FILE* stream = nullptr;
+    std::size_t next = 0; // of the kept lines
+    std::string work;     // the stream's last line
+};
+
+// `line` becomes the next line, as GetLine reads it; it holds until the next call.
+int next_line(std::string_view& line, Lines& lines) {
+    if (lines.stream != nullptr) {
+        lines.work.clear();
+        const int status = GetLine(lines.work, lines.stream);
+        line = lines.work;
+        return status;
+    }
+    if (lines.next == kept_file.ends.size()) {
+        line = {};
+        return -1;
+    }
+    const std::size_t start = lines.next == 0 ? 0 : kept_file.ends[lines.next - 1];
+    line = std::string_view(kept_file.text).substr(start, kept_file.ends[lines.next] - start);
+    return ++lines.next < kept_file.ends.size() ? 0 : -1;
+}
+
+// Whether `line` is a header, whose trailing white space is then cut off.
+bool IsBlockHeader(std::string_view& line) {
     std::size_t white = 0;
     while (white < line.size() && is_white_space(line[white]))
         ++white;
     if (white == line.size() || line[white] != '[')
-        return nullptr;
+        return false;
     // The search starts as far behind the bracket as the bracket is indented: a short indented
     // header is not one. Parameter files in the field rely on that.
-    if (line.find(']', white + white) == std::string::npos)
-        return nullptr;
+    if (line.find(']', white + white) == std::string_view::npos)
+        return false;
     while (is_white_space(line.back()))
-        line.pop_back();
-    return line.c_str() + white;
+        line.remove_suffix(1);
+    return true;
 }
 
 // Reads on to just behind the header of `section`.
-bool find_section(std::FILE* file, const char* section) {
+bool find_section(Lines& lines, const char* section) {
     const std::string pattern = std::string("[") + section + "]";
-    std::string line;
+    std::string_view line;
     for (int status = 0; status == 0;) {
-        status = GetLine(line, file);
+        status = next_line(line, lines);
         // Compared from column 1: an indented header is a header, but never the wanted one. The
         // last line may end with the data and still be it.
-        if (IsBlockHeader(line) != nullptr && line == pattern)
+        if (IsBlockHeader(line) && line == pattern)
             return true;
     }
     return false;
 }
 
-// The value of `key` from where the stream stands; `fallback` when the section ends, a line has no
+// The key of an entry line becomes the token: 0, or -1 for a header and a line without one.
+int take_key(std::string_view line, std::string& token) {
+    return IsBlockHeader(line) ? -1 : GetToken(std::string(line).c_str(), token, false);
+}
+
+// The value of `key` from where the lines stand; `fallback` when the section ends, a line has no
 // usable key, or the value is unusable.
-void read_value(std::FILE* file, const char* key, const char* fallback, std::string& value) {
-    std::string line;
+void read_value(Lines& lines, const char* key, const char* fallback, std::string& value) {
+    std::string_view line;
     std::string token;
     for (int status = 0; status == 0;) {
-        status = GetLine(line, file);
-        if (IsBlockHeader(line) != nullptr || GetToken(line.c_str(), token, false) != 0)
+        status = next_line(line, lines);
+        if (take_key(line, token) != 0)
             break;
         if (token != key)
             continue;
@@ -143,14 +233,21 @@ int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace)
 void GenericGetPrivateProfileString(const char* pSection, const char* pVarName,
                                     const char* pDefault, std::string& pValue, int /*nVal*/,
                                     const char* pFileName) {
-    std::FILE* file = std::fopen(pFileName, "r");
-    if (file == nullptr) {
-        pValue = pDefault;
-        return;
+    std::FILE* file = nullptr;
+    if (!is_kept(pFileName)) {
+        file = std::fopen(pFileName, "r");
+        if (file == nullptr) {
+            pValue = pDefault;
+            return;
+        }
     }
-    if (pSection == nullptr || find_section(file, pSection))
-        read_value(file, pVarName, pDefault, pValue);
-    std::fclose(file);
+    Lines lines;
+    if (file != nullptr && !keep(file))
+        lines.stream = file;
+    if (pSection == nullptr || find_section(lines, pSection))
+        read_value(lines, pVarName, pDefault, pValue);
+    if (file != nullptr)
+        std::fclose(file);
 }
 
 int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optBuffer,
@@ -165,12 +262,13 @@ int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optB
 
 int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVarName,
                                          std::string& pValue, std::FILE* pFile) {
+    Lines lines{pFile, 0, {}};
     if (pSection != nullptr)
-        return find_section(pFile, pSection) ? 0 : -1;
-    std::string line;
-    GetLine(line, pFile);
+        return find_section(lines, pSection) ? 0 : -1;
+    std::string_view line;
+    next_line(line, lines);
     std::string token;
-    if (IsBlockHeader(line) != nullptr || GetToken(line.c_str(), token, false) != 0)
+    if (take_key(line, token) != 0)
         return -1;
     pVarName = token;
     if (GetToken(nullptr, token, true) != 0)

@@ -4,7 +4,8 @@
 // section and the tokenizer. Leaves to others: which keys exist and what a missing one means.
 //
 // Files are bytes: nothing is decoded, a byte 255 ends the data, and there are no comments. Every
-// lookup reads the file from its start; the position of the tokenizer in its line is shared.
+// lookup searches the file from its start, as it is then: the lines of the last plain file are kept
+// until it changes. The position of the tokenizer in its line is shared.
 #pragma once
 
 #include <cstdio>

@@ -1,0 +1,145 @@
+// What is kept of the last file: when it is read anew, and when not.
+#include "base/profile.h"
+
+#include "unit_support.h"
+
+#include <ctime>
+#include <dlfcn.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+
+namespace {
+
+int openings = 0;
+std::time_t clock_is_ahead_by = 0;
+
+class KeptFile : public testing::Test {
+  protected:
+    KeptFile() {
+        openings = 0;
+        clock_is_ahead_by = 3600;
+    }
+    static std::string value(const std::string& file, const char* key = "KEY",
+                             const char* section = "S") {
+        std::string value = "before";
+        GenericGetPrivateProfileString(section, key, "default", value, 1024, file.c_str());
+        return value;
+    }
+
+    TemporaryDirectory here;
+};
+
+} // namespace
+
+// These stand before the library's own.
+extern "C" std::FILE* fopen(const char* path, const char* mode) {
+    using Open = std::FILE* (*)(const char*, const char*);
+    static const Open library = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "fopen"));
+    ++openings;
+    return library(path, mode);
+}
+
+extern "C" std::time_t time(std::time_t* out) noexcept {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    const std::time_t told = now.tv_sec + clock_is_ahead_by;
+    if (out != nullptr)
+        *out = told;
+    return told;
+}
+
+TEST_F(KeptFile, IsReadOnceForManyLookups) {
+    const std::string file = here.write("ini", "TOP=0\n[S]\nKEY=1\nOTHER=2\n\n  \n[T]\nKEY=3");
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(value(file), "1");
+        EXPECT_EQ(value(file, "OTHER"), "2");
+        EXPECT_EQ(value(file, "NONE"), "default");
+        EXPECT_EQ(value(file, "KEY", "T"), "before"); // blanks indent its header
+        EXPECT_EQ(value(file, "TOP", nullptr), "0");
+        EXPECT_EQ(value(file, "KEY", "U"), "before");
+    }
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(KeptFile, EndsWhereItsDataEnds) {
+    for (const char* bytes : {"", "[S]", "[S]\n", "[S]\nOTHER=1", "[S]\n\xFFKEY=1\n"}) {
+        const std::string file = here.write("ini", bytes);
+        EXPECT_EQ(value(file), *bytes == '\0' ? "before" : "default") << bytes;
+        EXPECT_EQ(value(file), *bytes == '\0' ? "before" : "default") << bytes;
+    }
+    EXPECT_EQ(value(here.write("ini", "[S]\nKEY=1")), "1");
+    EXPECT_EQ(value(here.file("ini")), "1");
+}
+
+TEST_F(KeptFile, IsReadAnewWhenItsSizeChanged) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    EXPECT_EQ(value(file), "1");
+    here.write("ini", "[S]\nKEY=22\n");
+    EXPECT_EQ(value(file), "22");
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(KeptFile, IsReadAnewWhenItChangedLater) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    EXPECT_EQ(value(file), "1");
+    usleep(20000); // the clock of file systems in memory ticks every few milliseconds
+    here.write("ini", "[S]\nKEY=2\n");
+    EXPECT_EQ(value(file), "2");
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(KeptFile, IsReadAnewWhenAnotherFileTookItsName) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    EXPECT_EQ(value(file), "1");
+    std::filesystem::rename(here.write("new", "[S]\nKEY=2\n"), file);
+    EXPECT_EQ(value(file), "2");
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(KeptFile, IsTheSameByEveryName) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    std::filesystem::create_symlink("ini", here.file("link"));
+    EXPECT_EQ(value(file), "1");
+    EXPECT_EQ(value(here.file("link")), "1");
+    EXPECT_EQ(openings, 1);
+}
+
+TEST_F(KeptFile, IsGoneWhenItWasRemoved) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    EXPECT_EQ(value(file), "1");
+    std::filesystem::remove(file);
+    EXPECT_EQ(value(file), "default");
+}
+
+TEST_F(KeptFile, GivesWayToTheNextOne) {
+    const std::string first = here.write("first", "[S]\nKEY=1\n");
+    const std::string second = here.write("second", "[S]\nKEY=2\n");
+    EXPECT_EQ(value(first), "1");
+    EXPECT_EQ(value(second), "2");
+    EXPECT_EQ(value(first), "1");
+    EXPECT_EQ(openings, 3);
+}
+
+TEST_F(KeptFile, IsReadAnewAsLongAsAChangeMightNotShow) {
+    clock_is_ahead_by = 0;
+    const std::string file = here.write("ini", "[S]\nKEY=1\n");
+    EXPECT_EQ(value(file), "1");
+    here.write("ini", "[S]\nKEY=2\n"); // perhaps in the same tick of the file system's clock
+    EXPECT_EQ(value(file), "2");
+    EXPECT_EQ(openings, 2);
+}
+
+TEST_F(KeptFile, IsNeverAPipe) {
+    const std::string pipe = here.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const char* expected : {"1", "2"}) {
+        std::fflush(nullptr);
+        const pid_t writer = fork();
+        if (writer == 0) {
+            std::ofstream(pipe) << "[S]\nKEY=" << expected << "\n";
+            _exit(0);
+        }
+        EXPECT_EQ(value(pipe), expected);
+        EXPECT_EQ(waitpid(writer, nullptr, 0), writer);
+    }
+}
