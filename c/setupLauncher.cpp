@@ -9,6 +9,11 @@
 
 namespace {
 
+// For what(1) and strings(1): every option of the command line belongs to the installer, so none can
+// ask the program for its version.
+[[gnu::used]] constexpr char kIdentity[] =
+    "@(#)setupLauncher " LAUNCHER_VERSION " " LAUNCHER_PLATFORM;
+
 // Nobody but the operator sees what a launch leaves behind, until a setting says otherwise.
 constexpr mode_t kStartMask = 077;
 
