@@ -9,8 +9,8 @@
 
 namespace {
 
-// For what(1) and strings(1): every option of the command line belongs to the installer, so none can
-// ask the program for its version.
+// For what(1) and strings(1): every option of the command line belongs to the installer, so none
+// can ask the program for its version.
 [[gnu::used]] constexpr char kIdentity[] =
     "@(#)setupLauncher " LAUNCHER_VERSION " " LAUNCHER_PLATFORM;
 
