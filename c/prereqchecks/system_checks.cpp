@@ -15,6 +15,9 @@ constexpr const char* kProcessorCommand = "/usr/sbin/psrinfo -v";
 constexpr const char* kSwapCommand = "/usr/sbin/swap -s";
 constexpr const char* kDisplayCommand = "/usr/openwin/bin/xdpyinfo";
 constexpr const char* kDisplayCommandFallback = "/usr/bin/xdpyinfo";
+constexpr const char* kSpeedPhrase = "processor operates at";
+constexpr const char* kDepthPhrase = "depth of root window:";
+constexpr const char* kDepthSeparators = "depth of root window: ";
 constexpr int kDepthBeyondCounting = 32;
 constexpr double kKilobytesPerMegabyte = 1024;
 
@@ -101,12 +104,13 @@ bool FormatValue(std::string_view value, std::string& printbuf) {
     return !items.empty();
 }
 
-std::optional<std::string> token_after(std::string_view output, std::string_view phrase) {
+std::optional<std::string> token_after(std::string_view output, std::string_view phrase,
+                                       std::string_view separators) {
     const std::size_t at = output.find(phrase);
     if (at == std::string_view::npos)
         return std::nullopt;
     // The phrase's characters separate, so the phrase itself vanishes along with the blanks.
-    const std::vector<std::string> tokens = split(output.substr(at), phrase);
+    const std::vector<std::string> tokens = split(output.substr(at), separators);
     if (tokens.empty())
         return std::nullopt;
     return tokens.front();
@@ -199,7 +203,7 @@ int CheckCPUSpeed(const std::string& value, const std::string& scratchLoc) {
         return close_check(false, checked);
     }
     const int speed =
-        leading_whole_number<int>(token_after(*output, "processor operates at").value_or(""));
+        leading_whole_number<int>(token_after(*output, kSpeedPhrase, kSpeedPhrase).value_or(""));
     if (speed <= 0) {
         checked.fail("S_AUTO_CHECK_FOR_CPU_FAILED", kProcessorCommand);
         return close_check(false, checked);
@@ -219,7 +223,7 @@ int CheckDisplayCols(const std::string& value, const std::string& scratchLoc) {
         return close_check(false, checked);
     }
     const double measured =
-        leading_decimal_number(token_after(*output, "depth of root window: ").value_or(""));
+        leading_decimal_number(token_after(*output, kDepthPhrase, kDepthSeparators).value_or(""));
     const int depth = measured > 0 && measured < INT_MAX ? static_cast<int>(measured) : 0;
     if (depth <= 0) {
         checked.fail("S_AUTO_CHECK_FOR_DISPLAY_FAILED", command);

@@ -55,8 +55,10 @@ int CheckTempSpace(const std::string& value, const std::string& scratchLoc);
 int CheckSwap(const std::string& value, const std::string& version, const std::string& scratchLoc);
 
 // What the checks read from the commands' output, open to the unit tests.
-// The first token behind `phrase`, cut at any of the phrase's own characters; nothing without it.
-std::optional<std::string> token_after(std::string_view output, std::string_view phrase);
+// The first token behind `phrase`, cut at any character of `separators`, which holds those of the
+// phrase; nothing without the phrase or behind it.
+std::optional<std::string> token_after(std::string_view output, std::string_view phrase,
+                                       std::string_view separators);
 // Used and available swap of "swap -s" together, in megabytes.
 double parse_swap(std::string_view output);
 // The number of colours of a display depth, or nothing for a depth beyond naming.

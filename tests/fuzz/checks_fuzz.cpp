@@ -87,14 +87,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check_patches(required, output);
     check_swap(output);
     check_colours(leading_whole_number<int>(required));
-    for (const char* phrase : {"processor operates at", "depth of root window: "}) {
-        const std::optional<std::string> token = token_after(output, phrase);
+    for (const auto& [phrase, separators] :
+         {std::pair{"processor operates at", "processor operates at"},
+          {"depth of root window:", "depth of root window: "}}) {
+        const std::optional<std::string> token = token_after(output, phrase, separators);
         require(!token || occurs_in(output, phrase), "without the phrase there is no token");
         if (!token)
             continue;
         require(occurs_in(output, *token) && !token->empty(), "a token is a piece of the output");
-        require(token->find_first_of(phrase) == std::string::npos,
-                "the characters of the phrase end a token");
+        require(token->find_first_of(separators) == std::string::npos,
+                "the separators end a token");
     }
     std::string words;
     require(FormatValue(required, words) == !words.empty(), "a list with items has words");

@@ -193,6 +193,11 @@ def test_a_display_of_32_planes_or_more_is_enough_for_all_but_0(home, value, pas
                  passed)
 
 
+def test_the_depth_may_follow_its_label_without_a_blank(home):
+    prints(OPENWIN_XDPYINFO, "  depth of root window:24 planes\n")
+    assert_passes(home, "MIN_DISPLAY_COLORS", "16777216", Said().display("16777216", 16777216))
+
+
 def test_a_depth_is_cut_to_a_whole_number(home):
     has_display("8.9")
     assert_passes(home, "MIN_DISPLAY_COLORS", "256", Said().display("256", 256))

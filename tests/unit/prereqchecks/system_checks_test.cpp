@@ -41,7 +41,8 @@ TEST(FormatValue, HasNothingToSayOfAListWithoutItems) {
 // --- Tokens of the commands' output
 
 constexpr const char* kSpeed = "processor operates at";
-constexpr const char* kDepth = "depth of root window: ";
+constexpr const char* kDepth = "depth of root window:";
+constexpr const char* kDepthSeparators = "depth of root window: ";
 
 TEST(TokenAfter, FindsTheSpeedOfTheFirstProcessor) {
     const char* output = "Status of virtual processor 0 as of: 11/21/2026 10:15:00\n"
@@ -51,30 +52,35 @@ TEST(TokenAfter, FindsTheSpeedOfTheFirstProcessor) {
                          "Status of virtual processor 1 as of: 11/21/2026 10:15:00\n"
                          "  on-line since 11/20/2026 08:00:03.\n"
                          "  The i386 processor operates at 3600 MHz,\n";
-    EXPECT_EQ(token_after(output, kSpeed), "2400");
+    EXPECT_EQ(token_after(output, kSpeed, kSpeed), "2400");
 }
 
 TEST(TokenAfter, FindsNoNumberInAnUnknownSpeed) {
-    EXPECT_EQ(token_after("The i386 processor operates at an unknown frequency,\n", kSpeed), "n");
+    EXPECT_EQ(token_after("The i386 processor operates at an unknown frequency,\n", kSpeed, kSpeed),
+              "n");
 }
 
 TEST(TokenAfter, FindsTheDepthOfTheRootWindow) {
     const char* output = "  depths (2):    1, 8\n"
                          "  depth of root window:    24 planes\n"
                          "  depth of root window:    8 planes\n";
-    EXPECT_EQ(token_after(output, kDepth), "24");
+    EXPECT_EQ(token_after(output, kDepth, kDepthSeparators), "24");
+}
+
+TEST(TokenAfter, FindsTheDepthWithoutABlankBeforeIt) {
+    EXPECT_EQ(token_after("  depth of root window:24 planes\n", kDepth, kDepthSeparators), "24");
 }
 
 TEST(TokenAfter, CutsAtAnyCharacterOfThePhrase) {
-    EXPECT_EQ(token_after("ab==12a3", "ab="), "12");
-    EXPECT_EQ(token_after("ab=1b2", "ab="), "1");
+    EXPECT_EQ(token_after("ab==12a3", "ab=", "ab="), "12");
+    EXPECT_EQ(token_after("ab=1b2", "ab=", "ab="), "1");
 }
 
 TEST(TokenAfter, FindsNothingWithoutThePhraseOrBehindIt) {
-    EXPECT_EQ(token_after("", kSpeed), std::nullopt);
-    EXPECT_EQ(token_after("processor operated at 2400", kSpeed), std::nullopt);
-    EXPECT_EQ(token_after("The processor operates at", kSpeed), std::nullopt);
-    EXPECT_EQ(token_after("  depth of root window: ", kDepth), std::nullopt);
+    EXPECT_EQ(token_after("", kSpeed, kSpeed), std::nullopt);
+    EXPECT_EQ(token_after("processor operated at 2400", kSpeed, kSpeed), std::nullopt);
+    EXPECT_EQ(token_after("The processor operates at", kSpeed, kSpeed), std::nullopt);
+    EXPECT_EQ(token_after("  depth of root window: ", kDepth, kDepthSeparators), std::nullopt);
 }
 
 // --- Swap
