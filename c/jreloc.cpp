@@ -6,6 +6,7 @@
 #include "log/install_log.h"
 #include "platform/console_input.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -44,6 +45,7 @@ int getJRELoc(std::string& answer) {
     prompt(wording.first);
     std::string line;
     while (read_console_line(line)) {
+        line.resize(std::min(line.find('\0'), line.size())); // a path ends there
         if (!line.empty() && PathExists(joined_path(joined_path(line, "bin"), "java"))) {
             answer = line;
             return kOk;

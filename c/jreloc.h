@@ -6,8 +6,8 @@
 
 #include <string>
 
-// Asks until a directory with bin/java in it is named; `answer` becomes that directory as typed.
-// 0, or -1 at the end of the input.
+// Asks until a directory with bin/java in it is named; `answer` becomes that directory as typed,
+// up to a NUL. 0, or -1 at the end of the input.
 int getJRELoc(std::string& answer);
 
 // The same: the launchers of other platforms ask differently here.

@@ -267,6 +267,15 @@ def test_what_is_typed_ahead_on_a_terminal_is_dropped(stage):
     assert launch.record.argv[0] == f"{top}/bin/java"
 
 
+def test_an_answer_ends_at_a_nul_byte(stage):
+    top = runtime()
+    stage.ini(JRE_LOCATION=None)
+    launch = stage.launch("-silent", stdin=f"/none\0{top}\n{top}\0/nowhere\n".encode())
+    launch.assert_status(0)
+    assert launch.stdout.count(en("S_SPECIFY_VALID_JRE_LOCATION")) == 1
+    assert launch.record.argv[0] == f"{top}/bin/java"
+
+
 def test_the_end_of_the_input_ends_with_255_and_starts_nothing(stage):
     stage.ini(JRE_LOCATION=None)
     for stdin in (b"", None):

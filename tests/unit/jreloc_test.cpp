@@ -185,6 +185,18 @@ TEST_F(JrelocTest, ALongLineIsReadWhole) {
     EXPECT_EQ(said.out, prompts(0));
 }
 
+TEST_F(JrelocTest, AnAnswerIsCutAtANul) {
+    EXPECT_EQ(ask(home + std::string("\0/elsewhere\n", 12)), 0);
+    EXPECT_EQ(answer, home);
+    EXPECT_EQ(said.out, prompts(0));
+}
+
+TEST_F(JrelocTest, AnAnswerThatBeginsWithANulIsAnEmptyOne) {
+    EXPECT_EQ(ask(std::string("\0/usr\n", 6) + home + "\n"), 0);
+    EXPECT_EQ(answer, home);
+    EXPECT_EQ(said.out, prompts(1));
+}
+
 TEST_F(JrelocTest, ALastLineWithoutALineFeedIsAnAnswer) {
     EXPECT_EQ(ask(home), 0);
     EXPECT_EQ(answer, home);
