@@ -4,9 +4,9 @@
 #include <termios.h>
 #include <unistd.h>
 
-bool read_console_line(std::string& line) {
+bool read_console_line(std::string& line, std::size_t longest) {
     line.clear();
-    for (;;) {
+    while (line.size() < longest) {
         char byte = '\0';
         const ssize_t got = read(STDIN_FILENO, &byte, 1);
         if (got < 0 && errno == EINTR)
@@ -17,6 +17,7 @@ bool read_console_line(std::string& line) {
             return true;
         line += byte;
     }
+    return true;
 }
 
 void drop_typed_ahead() {

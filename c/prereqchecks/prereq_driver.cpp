@@ -16,6 +16,7 @@ constexpr const char* kCertifiedSection = "Certified Versions";
 constexpr const char* kGenericSection = "Generic Prereqs";
 constexpr const char* kPlatform = "Solaris";
 constexpr int kLongestValue = 1024;
+constexpr std::size_t kLongestAnswer = 1023; // with its line feed; the rest is the next answer
 
 enum class Phases {
     all,
@@ -160,7 +161,7 @@ bool operator_goes_on(const std::string& question, const std::string& english_qu
         nls_out(question);
         writeToInstallLog(english_question);
         std::fflush(stdout);
-        if (!read_console_line(answer))
+        if (!read_console_line(answer, kLongestAnswer))
             continue;
         if (answer.starts_with('y') || answer.starts_with('Y'))
             return true;

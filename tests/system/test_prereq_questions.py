@@ -78,6 +78,26 @@ def test_an_answer_of_a_thousand_characters_counts_by_its_first(home):
         home.launch(stdin=b"y" + b"n" * 999 + b"\n"), home, closed_by="")
 
 
+@pytest.mark.parametrize("line, questions", [
+    (b"x" * 1022 + b"\ny\n", 2),             # a whole line of 1023 bytes
+    (b"x" * 1023 + b"y\n", 2),                # its last byte is the next answer
+    (b"x" * 1023 + b" more\ny\n", 3),
+], ids=["longest line", "a byte too long", "much too long"])
+def test_what_an_answer_has_beyond_1023_bytes_is_the_next_answer(home, line, questions):
+    home.ini((GENERIC, FAILING))
+    said = failed().required_failed()
+    for _ in range(questions):
+        said.report("S_CONTINUE")
+    said.report("S_IGNORE_REQ_SYS_PREREQ").assert_went_on(
+        home.launch(stdin=line + b"n\n"), home, closed_by="")
+
+
+def test_the_line_feed_behind_an_answer_of_1023_bytes_is_an_empty_answer(home):
+    home.ini((GENERIC, FAILING))
+    (failed().required_failed().report("S_CONTINUE").report("S_CONTINUE").report("S_CONTINUE_NO")
+     .assert_ended(home.launch(stdin=b"x" * 1023 + b"\ny\n"), home))
+
+
 def test_the_failure_texts_stand_between_the_checks_and_the_question(home):
     certified_host(home, (REQUIRED, {**FAILING, "PROCESSOR_FAILURE_MESSAGE": "Wrong machine."}))
     (failed(Said().certified_host()).required_failed("Wrong machine.").report("S_CONTINUE")

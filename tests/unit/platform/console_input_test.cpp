@@ -57,6 +57,23 @@ TEST(ReadConsoleLine, GivesTheLinesOfAFileWithoutTheirLineFeeds) {
     }
 }
 
+// The lines of `bytes` when none may have more than four bytes, the line feed among them.
+Lines short_lines(const std::string& bytes) {
+    const StandardInput input(pipe_of(bytes));
+    Lines lines;
+    std::string line;
+    while (read_console_line(line, 4))
+        lines.push_back(line);
+    return lines;
+}
+
+TEST(ReadConsoleLine, LeavesWhatIsTooLongToTheNextLine) {
+    EXPECT_EQ(short_lines("one\nnext\n"), (Lines{"one", "next", ""}));
+    EXPECT_EQ(short_lines("longest\ny\n"), (Lines{"long", "est", "y"}));
+    EXPECT_EQ(short_lines("12345678"), (Lines{"1234", "5678"}));
+    EXPECT_EQ(short_lines("\n"), Lines{""});
+}
+
 TEST(ReadConsoleLine, LeavesWhatFollowsInAPipeToTheNextReader) {
     const StandardInput input(pipe_of("answer\nfor the installer\n"));
     std::string line;
