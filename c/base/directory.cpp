@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr std::size_t kEntriesAtOnce = 4096;
-
 bool is_own_or_parent(std::string_view name) {
     return name == "." || name == "..";
 }

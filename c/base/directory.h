@@ -33,6 +33,9 @@ struct DirectoryEntry {
     bool is_plain_file; // the directory says so; where it says nothing, or another kind, false
 };
 
+// How many entries next_entries gives at the most; it gives fewer at the end of a directory only.
+inline constexpr std::size_t kEntriesAtOnce = 4096;
+
 // The next entries of `directory` but "." and "..", a few thousand at the most: enough that hardly
 // a directory is changed while it is still being read, and no more memory however many there are.
 // False at the end of the directory; errno is then 0, or says why it could not be read to its end.

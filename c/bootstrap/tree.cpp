@@ -147,6 +147,7 @@ void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursiv
     if (p_bRecursive <= 0)
         return;
     TreeWalk walk = walk_over(p_strFilePath);
+    walk.depth_first = true; // the order in which its complaints come
     while (next_step(walk)) {
         if (walk.step == WalkStep::kFile)
             set_permission_of_file(walk, mode);

@@ -25,7 +25,10 @@ bool holds_open_directory(const TreeWalk& walk, const DirectoryIdentity& found) 
 // What the entry `walk.name` of the open directory is, and for a directory which one.
 WalkStep entry_kind(DirectoryIdentity& identity, const TreeWalk& walk) {
     struct stat found {};
-    if (fstatat(dirfd(walk.stream), walk.name.c_str(), &found, 0) != 0 || !S_ISDIR(found.st_mode))
+    const int asked = walk.stream != nullptr
+                          ? fstatat(dirfd(walk.stream), walk.name.c_str(), &found, 0)
+                          : stat(entry_path(walk).c_str(), &found);
+    if (asked != 0 || !S_ISDIR(found.st_mode))
         return WalkStep::kFile;
     identity = {found.st_dev, found.st_ino};
     return holds_open_directory(walk, identity) ? WalkStep::kWayBack : WalkStep::kDirectory;
@@ -39,8 +42,22 @@ void add_to_list(TreeWalk& walk, const DirectoryIdentity& identity) {
 // Makes the next entries of the open directory the current ones; none at its end.
 void read_entries(TreeWalk& walk) {
     walk.next_entry = 0;
+    ++walk.pieces_read;
     if (!next_entries(walk.entries, walk.stream) && errno != 0)
         walk.incomplete = true;
+}
+
+// The same for a directory that waited: reads past what was read before.
+void read_entries_again(TreeWalk& walk) {
+    walk.stream = opendir(walk.directory_path.c_str());
+    if (walk.stream == nullptr) {
+        walk.incomplete = true;
+        walk.entries.clear();
+        return;
+    }
+    for (std::size_t piece = 0; piece < walk.pieces_read; ++piece)
+        next_entries(walk.entries, walk.stream);
+    read_entries(walk);
 }
 
 // Opens the next directory of the list that can be read.
@@ -51,6 +68,7 @@ bool open_next_directory(TreeWalk& walk) {
         walk.stream = opendir(walk.directory_path.c_str());
         if (walk.stream == nullptr)
             continue;
+        walk.pieces_read = 0;
         // Before the caller does anything: what it makes here is no entry of the tree.
         read_entries(walk);
         walk.step = WalkStep::kDirectoryOpened;
@@ -62,8 +80,14 @@ bool open_next_directory(TreeWalk& walk) {
 // Makes the next entry of the open directory the current one; false, and closed, at its end.
 bool take_next_entry(TreeWalk& walk) {
     for (;;) {
-        if (walk.next_entry == walk.entries.size() && !walk.entries.empty())
-            read_entries(walk);
+        if (walk.next_entry == walk.entries.size() && !walk.entries.empty()) {
+            if (walk.stream != nullptr)
+                read_entries(walk);
+            else if (walk.entries.size() == kEntriesAtOnce)
+                read_entries_again(walk);
+            else
+                walk.entries.clear();
+        }
         if (walk.entries.empty()) {
             end_walk(walk);
             return false;
@@ -81,6 +105,42 @@ bool take_next_entry(TreeWalk& walk) {
     }
 }
 
+// Lets the open directory wait while the one just met in it is walked.
+void set_aside(TreeWalk& walk) {
+    walk.waiting.push_back({std::move(walk.entries), walk.next_entry, walk.pieces_read});
+    end_walk(walk);
+}
+
+// Leaves the innermost directory for the one that waits for it.
+void return_to_waiting(TreeWalk& walk) {
+    pass_over_directory(walk);
+    walk.next_directory = directory_count(walk);
+    if (walk.waiting.empty())
+        return;
+    walk.directory = directory_count(walk) - 1;
+    walk.directory_path = path_in_list(walk, walk.directory, walk.root);
+    WaitingDirectory& waiting = walk.waiting.back();
+    walk.entries = std::move(waiting.entries);
+    walk.next_entry = waiting.next_entry;
+    walk.pieces_read = waiting.pieces_read;
+    walk.waiting.pop_back();
+}
+
+bool next_step_in_depth(TreeWalk& walk) {
+    while (directory_count(walk) > 0) {
+        if (walk.next_directory < directory_count(walk)) {
+            if (walk.next_directory > 0)
+                set_aside(walk);
+            if (open_next_directory(walk))
+                return true;
+        } else if (take_next_entry(walk)) {
+            return true;
+        }
+        return_to_waiting(walk);
+    }
+    return false;
+}
+
 } // namespace
 
 TreeWalk walk_over(const std::string& root) {
@@ -93,6 +153,8 @@ TreeWalk walk_over(const std::string& root) {
 }
 
 bool next_step(TreeWalk& walk) {
+    if (walk.depth_first)
+        return next_step_in_depth(walk);
     if (walk.stream != nullptr && take_next_entry(walk))
         return true;
     return open_next_directory(walk);

@@ -1,4 +1,4 @@
-// The walk over a tree, breadth first and one step at a time.
+// The walk over a tree, one step at a time: breadth first, or depth first where the order counts.
 //
 // Owns: the work list of directories, the reading of their entries, the question which links lead
 // back to a directory that they lie in. Leaves to others: what is done with what a step met (tree,
@@ -6,7 +6,8 @@
 //
 // Links are followed; only one that leads back is not, so every walk ends. A directory costs the
 // list its name and two numbers, and entries are read some at a time, so memory stays small
-// whatever the tree. One directory is open at a time, however deep the tree is.
+// whatever the tree. One directory is open at a time, however deep the tree is: depth first, one
+// that has to wait is closed, and opened again when more of its entries are to be read.
 #pragma once
 
 #include "base/directory.h"
@@ -30,16 +31,27 @@ struct WalkSlot {
     DirectoryIdentity identity;
 };
 
+// A directory that waits, depth first, until the one met in it is done.
+struct WaitingDirectory {
+    std::vector<DirectoryEntry> entries;
+    std::size_t next_entry;
+    std::size_t pieces_read;
+};
+
 struct TreeWalk {
     // What the last step met.
     WalkStep step = WalkStep::kDirectoryOpened;
     std::size_t directory = 0;  // the open directory's place in the list
     std::string directory_path; // and its path
-    DIR* stream = nullptr;      // and itself, so that work on an entry need not search its path
+    DIR* stream = nullptr;      // and itself, so that work on an entry need not search its path;
+                                // depth first, null where it waited
     std::string name;           // of the entry
 
     // A directory that is as if it were not there; set before the first step or right after it.
     DirectoryIdentity left_out{};
+
+    // A directory is done whole before the entry after it; set before the first step.
+    bool depth_first = false;
 
     // A directory could not be read to its end, so not everything was met.
     bool incomplete = false;
@@ -47,11 +59,13 @@ struct TreeWalk {
     // The walk's own.
     std::string root;
     std::vector<DirectoryIdentity> above_root;
-    std::vector<WalkSlot> slots; // the first is the root
+    std::vector<WalkSlot> slots; // the first is the root; depth first, the way to the open one
     std::string names;           // each ends in a NUL
     std::size_t next_directory = 0;
     std::vector<DirectoryEntry> entries;
     std::size_t next_entry = 0;
+    std::size_t pieces_read = 0; // times that entries of the open directory were read
+    std::vector<WaitingDirectory> waiting;
 };
 
 // A walk over the tree at `root`; a `root` that is no directory or cannot be read has no steps.
@@ -70,7 +84,8 @@ void end_walk(TreeWalk& walk);
 // The path of the entry that the last step met.
 std::string entry_path(const TreeWalk& walk);
 
-// How many directories the walk has met, the root included.
+// How many directories the walk has met, the root included; depth first, how many lead to the open
+// one.
 std::size_t directory_count(const TreeWalk& walk);
 
 // The path of directory `at` of the list when the tree's root is called `root`.

@@ -1,3 +1,4 @@
+#include "base/directory.h"
 #include "tree_fixture.h"
 #include "volume_stand_in.h"
 
@@ -234,6 +235,24 @@ TEST_F(SetPermission, SetsADirectorysOwnModeBeforeItsEntriesAreVisited) {
         set_mode(inside.file("tree"), 0700);
         EXPECT_EQ(mode_of(inside.file("tree/file")), 0600U);
     });
+}
+
+TEST_F(SetPermission, ComplainsOfWhatADirectoryHoldsBeforeItGoesOnToTheEntryAfterIt) {
+    for (const char* name :
+         {"tree/1/x/bad", "tree/1/bad", "tree/2/bad", "tree/3/y/bad", "tree/bad"})
+        make_link(name, "nowhere");
+    std::string expected;
+    const auto add_complaints = [&](const auto& add, const std::string& directory) -> void {
+        for (const std::string& name : directory_entries(directory).names) {
+            const std::string entry = directory + "/" + name;
+            if (is_directory(entry))
+                add(add, entry);
+            else
+                expected += "<cannot open " + entry + ">: No such file or directory\n";
+        }
+    };
+    add_complaints(add_complaints, tree);
+    EXPECT_EQ(complained_by([&] { setPermission(tree.c_str(), 0750, 1); }), expected);
 }
 
 TEST_F(SetPermission, ChangesWhatLinksLeadTo) {

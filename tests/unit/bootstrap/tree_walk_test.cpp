@@ -172,6 +172,92 @@ TEST_F(WalkOverATree, MeetsTheSameWhereDirectoriesDoNotTellWhatTheirEntriesAre) 
     EXPECT_EQ(asked.back(), "file /a/b/file");
 }
 
+// --- Depth first
+
+TreeWalk deep_walk_over(const std::string& root) {
+    TreeWalk walk = walk_over(root);
+    walk.depth_first = true;
+    return walk;
+}
+
+// What a recursion over the directories in `path` meets, in the order of steps_of.
+void add_recursively(Steps& steps, const std::string& root, const std::string& below) {
+    steps.push_back("open " + below);
+    for (const std::string& name : directory_entries(root + below).names) {
+        const std::string entry = joined_path(below.empty() ? "/" : below, name);
+        const bool deeper = is_directory(root + entry);
+        steps.push_back((deeper ? "directory " : "file ") + entry);
+        if (deeper)
+            add_recursively(steps, root, entry);
+    }
+}
+
+TEST_F(WalkOverATree, InDepthDoesADirectoryWholeBeforeTheEntryAfterIt) {
+    for (const char* name : {"tree/a/x/1", "tree/a/y/2", "tree/a/3", "tree/b/z/4", "tree/b/w/v/5",
+                             "tree/6", "tree/c/7", "tree/d/8"})
+        make_file(name);
+    make_directory("tree/empty");
+    Steps expected;
+    add_recursively(expected, tree, "");
+    ASSERT_EQ(expected.size(), 29U);
+    EXPECT_EQ(steps_of(deep_walk_over(tree)), expected);
+    tells_kinds = false;
+    const Steps asked = steps_of(deep_walk_over(tree));
+    tells_kinds = true;
+    EXPECT_EQ(asked, expected);
+}
+
+TEST_F(WalkOverATree, InDepthComesBackToALargeDirectoryWhereItLeftIt) {
+    for (std::size_t i = 0; i < 2 * kEntriesAtOnce + 10; ++i)
+        make_file("tree/" + std::to_string(i) + (i % 1000 == 7 ? "/file" : ""));
+    Steps expected;
+    add_recursively(expected, tree, "");
+    EXPECT_EQ(steps_of(deep_walk_over(tree)), expected);
+}
+
+TEST_F(WalkOverATree, InDepthDoesNotFollowALinkBackAndKeepsOutOfADirectoryPassedOver) {
+    make_link("tree/a/b/up", "..");
+    EXPECT_EQ(
+        steps_of(deep_walk_over(tree)),
+        (Steps{"open ", "directory /a", "open /a", "directory /a/b", "open /a/b", "back /a/b/up"}));
+    TreeWalk walk = deep_walk_over(tree);
+    Steps names;
+    while (next_step(walk)) {
+        names.push_back(walk.name);
+        if (walk.step == WalkStep::kDirectory && walk.name == "b")
+            pass_over_directory(walk);
+    }
+    EXPECT_EQ(names, (Steps{"", "a", "a", "b"}));
+}
+
+TEST_F(WalkOverATree, InDepthOfAFileOrAMissingPathHasNoSteps) {
+    make_file("file");
+    EXPECT_EQ(steps_of(deep_walk_over(here.file("file"))), Steps{});
+    EXPECT_EQ(steps_of(deep_walk_over(tree)), Steps{});
+}
+
+TEST_F(WalkOverATree, InDepthHoldsOneDescriptorHoweverDeepAndNoneAfterItsEnd) {
+    make_file("tree/a/b/c/d/e/file");
+    const int before = lowest_free_descriptor();
+    TreeWalk walk = deep_walk_over(tree);
+    while (next_step(walk))
+        EXPECT_LE(lowest_free_descriptor(), before + 1);
+    EXPECT_EQ(lowest_free_descriptor(), before);
+}
+
+TEST_F(WalkOverATree, InDepthThatCannotOpenADirectoryAgainIsIncomplete) {
+    for (std::size_t i = 0; i < kEntriesAtOnce + 10; ++i)
+        make_file("tree/" + std::to_string(i) + (i % 50 == 0 ? "/file" : ""));
+    TreeWalk walk = deep_walk_over(tree);
+    std::size_t met = 0;
+    while (next_step(walk)) {
+        if (walk.step == WalkStep::kDirectory && ++met == 1)
+            std::filesystem::rename(tree, tree + ".away");
+    }
+    EXPECT_TRUE(walk.incomplete);
+    EXPECT_EQ(met, 1U);
+}
+
 TEST_F(WalkOverATree, ThatCannotReadADirectoryToItsEndIsIncomplete) {
     make_file("tree/file");
     TreeWalk walk = walk_over(tree);
