@@ -1,6 +1,7 @@
 #include "base/directory.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,9 +24,19 @@ bool is_plain_file(const dirent&) {
 
 } // namespace
 
+DIR* open_directory(const std::string& path) {
+    if (directory_flags == 0)
+        return opendir(path.c_str());
+    const int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
+    int descriptor = open(path.c_str(), flags | directory_flags);
+    if (descriptor < 0 && errno == EPERM)
+        descriptor = open(path.c_str(), flags); // only the owner may ask for more
+    return descriptor < 0 ? nullptr : fdopendir(descriptor);
+}
+
 DirectoryEntries directory_entries(const std::string& path) {
     DirectoryEntries entries;
-    DIR* directory = opendir(path.c_str());
+    DIR* directory = open_directory(path);
     if (directory == nullptr)
         return entries;
     entries.opened = true;

@@ -24,6 +24,13 @@ struct DirectoryIdentity {
     bool operator==(const DirectoryIdentity&) const = default;
 };
 
+// Flags that every opening of a directory adds: a companion of the launcher that must leave no
+// trace of its reading sets one. The launcher adds none.
+inline int directory_flags = 0;
+
+// Opens `path` as opendir does.
+DIR* open_directory(const std::string& path);
+
 // The entries of `path`.
 DirectoryEntries directory_entries(const std::string& path);
 

@@ -6,8 +6,8 @@
 #include "base/status.h"
 #include "base/text.h"
 #include "bootstrap/report.h"
+#include "bootstrap/stage_layout.h"
 #include "bootstrap/tree.h"
-#include "bootstrap/version.h"
 #include "log/install_log.h"
 
 #include <sys/stat.h>
@@ -15,18 +15,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr const char* kInstaller = "talvex.swd.zul";
-constexpr const char* kCore = "talvex.swd.zul.core";
-constexpr const char* kMinimalCore = "talvex.swd.zul.core.min";
-constexpr const char* kPatchTool = "talvex.swd.tessel";
-constexpr const char* kRuntime = "talvex.swd.jre";
-constexpr const char* kDevelopmentKit = "talvex.jdk"; // stands in for a missing runtime component
-
-constexpr const char* kStageRoot = "../stage/Components";
-constexpr const char* kStageRootFallback = "../../stage/Components";
-constexpr const char* kPayload = "1/DataFiles";
-constexpr const char* kExpanded = "Expanded"; // files of a component that are not in a jar
 
 // Time-log lines of components by list and of those known by name, apart by one blank.
 constexpr const char* kListedTimeLine = "\n Time taken for bootstrapping %s is %5.5f   seconds";
@@ -69,17 +57,6 @@ void change_directory(const std::string& directory) {
     }
 }
 
-std::string payload_of(const std::string& root, const std::string& name,
-                       const std::string& version) {
-    return root + "/" + name + "/" + version + "/" + kPayload;
-}
-
-std::string highest_payload_of(const std::string& root, const std::string& name) {
-    std::string version;
-    findHighestVersion(version, root + "/" + name + "/");
-    return payload_of(root, name, version);
-}
-
 // A location that is not there becomes the highest version's payload.
 void resolve_component(std::string& location, const std::string& root, const char* name) {
     if (!PathExists(location))
@@ -118,10 +95,9 @@ int take_component_list(const BootstrapInput& input, const std::string& root,
         {kPatchTool, input.tesselStgLoc, selection.tessel},
     };
     for (const std::string& entry : input.sBootStrapComps) {
-        const std::vector<std::string> pieces = split(entry, ":");
-        const std::string name = pieces.empty() ? "" : pieces[0];
+        const auto [name, version] = component_of(entry);
         const std::string payload =
-            pieces.size() > 1 ? payload_of(root, name, pieces[1]) : highest_payload_of(root, name);
+            version.empty() ? highest_payload_of(root, name) : payload_of(root, name, version);
         bool selected = false;
         for (const Known& component : known) {
             if (name == component.name) {
@@ -302,7 +278,7 @@ int bring_everything(const BootstrapInput& input) {
     if (launcher_state::_bPrintTime)
         openLog(input.tempLoc, input.invPtrLocation, input.gsTimeStamp, input.gsLogFileName);
 
-    const std::string root = PathExists(kStageRoot) ? kStageRoot : kStageRootFallback;
+    const std::string root = stage_root();
     Selection selection;
     if (take_component_list(input, root, selection) != kOk)
         return kBootstrapFailed;

@@ -65,7 +65,7 @@ bool open_next_directory(TreeWalk& walk) {
     while (walk.next_directory < directory_count(walk)) {
         walk.directory = walk.next_directory++;
         walk.directory_path = path_in_list(walk, walk.directory, walk.root);
-        walk.stream = opendir(walk.directory_path.c_str());
+        walk.stream = open_directory(walk.directory_path);
         if (walk.stream == nullptr)
             continue;
         walk.pieces_read = 0;

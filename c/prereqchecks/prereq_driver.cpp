@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr const char* kCertifiedSection = "Certified Versions";
-constexpr const char* kGenericSection = "Generic Prereqs";
-constexpr const char* kPlatform = "Solaris";
 constexpr int kLongestValue = 1024;
 constexpr std::size_t kLongestAnswer = 1023; // with its line feed; the rest is the next answer
 
@@ -90,7 +87,7 @@ void explain_optional_patches(const PrereqPhase& phase, bool list_on_console) {
 
 int check_patches(const PrereqPhase& phase, const std::string& value, const std::string& failure) {
     const bool list_on_console =
-        !value_in_version_sections(phase, "LOG_PATCHES_TO_CONSOLE").starts_with('F');
+        !value_in_version_sections(phase, kListPatchesKey).starts_with('F');
     const int result = CheckPatchesInstalled(value, "", phase.scratchLoc, list_on_console ? 1 : 0);
     if (result != kCheckPassed && !phase.bRequired && failure.empty())
         explain_optional_patches(phase, list_on_console);
@@ -211,8 +208,8 @@ bool enter_required_phase(PrereqPhase& phase, int& result) {
     std::string version;
     result = CheckCertifiedVersion(certified, version, phase.scratchLoc);
     if (result == kCheckPassed) {
-        phase.buffer = std::string(kPlatform) + "-" + version + "-required";
-        phase.optBuffer = std::string(kPlatform) + "-" + version + "-optional";
+        phase.buffer = std::string(kPlatform) + "-" + version + kRequiredSuffix;
+        phase.optBuffer = std::string(kPlatform) + "-" + version + kOptionalSuffix;
         phase.genericBuffer = kGenericSection;
         return true;
     }
@@ -276,6 +273,13 @@ void settle_failed_phase(const PrereqPhase& phase, bool no_console) {
 }
 
 } // namespace
+
+std::vector<PrereqCheck> prereq_checks() {
+    std::vector<PrereqCheck> checks;
+    for (const CheckRow& row : kChecks)
+        checks.push_back({row.key, row.failure_key, row.phases != Phases::all});
+    return checks;
+}
 
 int CheckPrerequisitesForInstall(PrereqPhase& phase) {
     std::string section;

@@ -9,6 +9,33 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+// The sections of the checks; those of a certified version begin with the platform's name, "-" and
+// the version.
+inline constexpr const char* kCertifiedSection = "Certified Versions";
+inline constexpr const char* kGenericSection = "Generic Prereqs";
+inline constexpr const char* kPlatform = "Solaris";
+inline constexpr const char* kRequiredSuffix = "-required";
+inline constexpr const char* kOptionalSuffix = "-optional";
+
+// A kind of check: its key, the key of the text shown when it fails, and whether it runs in the
+// generic phase only.
+struct PrereqCheck {
+    const char* key;
+    const char* failure_key;
+    bool generic_only;
+};
+
+// Every kind of check.
+std::vector<PrereqCheck> prereq_checks();
+
+// Every other key that the driver reads: in the section of the certified versions, and beside the
+// checks.
+inline constexpr const char* kCertifiedKeys[] = {kPlatform, "CERTIFIED_VERSION_FAILURE_MESSAGE",
+                                                 "CERTIFIED_VERSION_WARN",
+                                                 "CERTIFIED_VERSION_LOCATION"};
+inline constexpr const char* kListPatchesKey = "LOG_PATCHES_TO_CONSOLE";
 
 struct PrereqInput {
     const std::string& paramLoc; // the parameter file

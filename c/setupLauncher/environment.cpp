@@ -39,13 +39,22 @@ void raise_open_files_limit() {
     setrlimit(RLIMIT_NOFILE, &files);
 }
 
+} // namespace
+
+std::string inventory_location() {
+    if (launcher_state::useInventoryLocation)
+        return launcher_state::inventoryLocation;
+    std::string location;
+    GenericGetPrivateProfileString(nullptr, kInventoryKey, "", location, kLongestValue,
+                                   launcher_state::sInvPtrLocation.c_str());
+    return location;
+}
+
 bool usable_inventory_entry(const std::string& path) {
     if (is_directory(path))
         return allows_all_access(path);
     return access(path.c_str(), R_OK | W_OK) == 0;
 }
-
-} // namespace
 
 int SetUNIXEnvironment(const std::string& jreLoc) {
     if (getuid() == 0) {
@@ -118,12 +127,7 @@ void ComputeEXTClasspath(const std::string& scratchLoc, const std::string& extCl
 
 int CheckInventoryPermissions() {
     const std::string& pointer_file = launcher_state::sInvPtrLocation;
-    std::string location = launcher_state::inventoryLocation;
-    if (!launcher_state::useInventoryLocation) {
-        location.clear();
-        GenericGetPrivateProfileString(nullptr, kInventoryKey, "", location, kLongestValue,
-                                       pointer_file.c_str());
-    }
+    const std::string location = inventory_location();
     if (location.empty())
         return kOk;
     if (!location.starts_with('/')) {

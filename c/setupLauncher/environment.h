@@ -37,6 +37,13 @@ void ComputeAddtoClasspath(const std::string& scratchLoc, const std::string& add
 void ComputeEXTClasspath(const std::string& scratchLoc, const std::string& extClasspathString,
                          std::string& expandedClassPathString);
 
+// The inventory directory that a launch checks: from the command line, else from the pointer file;
+// empty when there is none.
+std::string inventory_location();
+
+// Whether this user may work with the inventory's entry `path`.
+bool usable_inventory_entry(const std::string& path);
+
 // Whether the inventory directory can be used; it is created when it is missing. 0, also when no
 // inventory is known, or -1 after a message.
 int CheckInventoryPermissions();

@@ -10,6 +10,7 @@
 #include "log/install_log.h"
 #include "platform/system_names.h"
 #include "prereqchecks/prereq_driver.h"
+#include "setupLauncher/decisions.h"
 #include "setupLauncher/environment.h"
 #include "setupLauncher/installer_command.h"
 #include "setupLauncher/java_home.h"
@@ -30,9 +31,7 @@ namespace state = launcher_state;
 
 // The group of the inventory's owner may write what the launcher and the installer make.
 constexpr mode_t kGroupMask = 007;
-// The largest bootstrap size in megabytes that fits a long as bytes.
-constexpr long kLargestBootstrapSize = 8796093022207; // 0x7FFFFFFFFFF
-constexpr const char* kOldestJava = "1.4";            // named when there is no java program
+constexpr const char* kOldestJava = "1.4"; // named when there is no java program
 constexpr const char* kTempDirectory = "/tmp";
 
 // What the stages hand to each other.
@@ -48,10 +47,6 @@ struct Launch {
     bool bUseJreLoc = false;
 };
 
-bool begins_with_t(const std::string& setting) {
-    return setting.starts_with('T');
-}
-
 void log_line(const Launch& launch, const std::string& text) {
     openLog(launch.settings.scratchLoc, state::sInvPtrLocation, state::gsTimeStamp,
             state::gsLogFileName);
@@ -63,13 +58,8 @@ void find_startup_location(Launch& launch) {
     const CommandLine& command_line = launch.command_line;
     Settings& settings = launch.settings;
     const bool have_current = GetCurrentDir(launch.curDir) == kOk;
-    GetStartupLocation(command_line.arguments.front(), settings.startupLoc);
-    launch.StartupLocOriginal = settings.startupLoc;
-    if (command_line.bShipHomeLocation) {
-        settings.startupLoc = command_line.sAlternativeStartupLoc;
-        StripQuotes(settings.startupLoc);
-        launch.StartupLocOriginal = have_current ? launch.curDir : settings.startupLoc;
-    }
+    decide_start_location(command_line, launch.curDir, have_current, settings,
+                          launch.StartupLocOriginal);
     if (command_line.bScratchPath)
         settings.scratchLoc = command_line.sAlternativeScratch;
 }
@@ -99,7 +89,7 @@ void check_prerequisites(const Launch& launch) {
     if (!command_line.bBootStrapOnly)
         show("S_STARTINSTALLERMSG", command_line.sStartMessage);
     std::string platform_prereqs;
-    GetParamInformation("PLATFORM_PREREQS", platform_prereqs, "FALSE", settings.paramFileLocation,
+    GetParamInformation(kPlatformChecksKey, platform_prereqs, "FALSE", settings.paramFileLocation,
                         kWholeValue);
     checkPreReqs({
         .paramLoc = settings.paramFileLocation,
@@ -111,12 +101,12 @@ void check_prerequisites(const Launch& launch) {
         .bExecSysPreReqs = command_line.bExecuteSysPreReqs,
         .bIgnorePreReqs = command_line.bIgnoreSysPreReqs,
         ._bNoConsole = command_line._bNoConsole,
-        ._bPlatPrereqs = begins_with_t(platform_prereqs),
+        ._bPlatPrereqs = is_on(platform_prereqs),
     });
 }
 
 bool runs_from_cd(const Launch& launch) {
-    return !launch.command_line.bHelpMode && begins_with_t(launch.settings.multiCD) &&
+    return !launch.command_line.bHelpMode && is_on(launch.settings.multiCD) &&
            isCurDirInCD(launch.curDir) == kStartedFromCd;
 }
 
@@ -130,30 +120,22 @@ void announce_bootstrap(const Launch& launch) {
     std::fflush(stdout);
 }
 
-// Decides whether the bootstrap brings the Java runtime, asking for one when none is known. A
+// Has the bootstrap bring the Java runtime or takes another, asking for one when none is known. A
 // status ends the launch.
-std::optional<int> decide_on_runtime(Launch& launch, bool& bBootStrapJRE) {
-    Settings& settings = launch.settings;
-    bBootStrapJRE = true;
-    launch.bUseJreLoc = false;
-    if (state::_bJreLocation) {
-        bBootStrapJRE = false;
-        launch.bUseJreLoc = true;
-    } else if (!launch.command_line.bBootStrapOnly && settings.jreDirLoc.empty() &&
-               settings.jreFullLoc.empty()) {
-        if (state::disableJrePrompt == "TRUE") {
-            log_line(launch, english_text("S_JRELOC_ERROR_NOCONSOLE_WIN"));
-            nls_out("\n\n");
-            show("S_JRELOC_ERROR_NOCONSOLE_WIN");
-            return kOk;
-        }
-        if (getJRELoc(settings.jreDirLoc) != kOk) {
-            show("S_JRELOC_ERROR_NOCONSOLE_WIN");
-            return kFailed;
-        }
-        bBootStrapJRE = false;
-        launch.bUseJreLoc = true;
+std::optional<int> choose_runtime(Launch& launch, bool& bBootStrapJRE) {
+    const RuntimeOrigin origin = decide_on_runtime(launch.command_line, launch.settings);
+    if (origin == RuntimeOrigin::none_allowed) {
+        log_line(launch, english_text("S_JRELOC_ERROR_NOCONSOLE_WIN"));
+        nls_out("\n\n");
+        show("S_JRELOC_ERROR_NOCONSOLE_WIN");
+        return kOk;
     }
+    if (origin == RuntimeOrigin::asked && getJRELoc(launch.settings.jreDirLoc) != kOk) {
+        show("S_JRELOC_ERROR_NOCONSOLE_WIN");
+        return kFailed;
+    }
+    bBootStrapJRE = origin == RuntimeOrigin::brought;
+    launch.bUseJreLoc = !bBootStrapJRE;
     umask(kGroupMask);
     return std::nullopt;
 }
@@ -196,15 +178,12 @@ int run_bootstrap(Launch& launch, long bootstrap_size, bool bBootStrapJRE) {
     return result;
 }
 
-bool is_mask(const std::string& text) {
-    return text.size() == 3 && text.find_first_not_of("01234567") == std::string::npos;
-}
-
 void apply_umask_setting(const Launch& launch) {
-    GetParamInformation("UMASK", state::sUmask, "", launch.settings.paramFileLocation, kWholeValue);
+    GetParamInformation(kMaskKey, state::sUmask, "", launch.settings.paramFileLocation,
+                        kWholeValue);
     const std::string& text = state::sUmask;
-    if (is_mask(text)) {
-        state::iUmask = (text[0] - '0') * 64 + (text[1] - '0') * 8 + (text[2] - '0');
+    if (const std::optional<int> mask = mask_of(text)) {
+        state::iUmask = *mask;
         umask(static_cast<mode_t>(state::iUmask));
         state::sUmaskLogMsg = english_text("S_UMASK_VALID", {text});
     } else {
@@ -219,29 +198,22 @@ void apply_umask_setting(const Launch& launch) {
 
 // Brings the installer into the scratch directory. A status ends the launch.
 std::optional<int> bootstrap_installer(Launch& launch) {
-    const long size = leading_whole_number<long>(launch.settings.bootStrapSz);
-    if (size < 0 || size > kLargestBootstrapSize) {
+    const std::optional<long> size = bootstrap_size(launch.settings);
+    if (!size) {
         complain("S_ERBOOTSTRAP_RANGE", kLargestBootstrapSize);
         return std::nullopt; // the installer may still run from where it lies
     }
     announce_bootstrap(launch);
     bool bBootStrapJRE = true;
-    if (const std::optional<int> status = decide_on_runtime(launch, bBootStrapJRE))
+    if (const std::optional<int> status = choose_runtime(launch, bBootStrapJRE))
         return status;
-    const int result = run_bootstrap(launch, size, bBootStrapJRE);
+    const int result = run_bootstrap(launch, *size, bBootStrapJRE);
     apply_umask_setting(launch);
     if (result == kBootstrapFailed) {
-        complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, size);
+        complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, *size);
         return kFailed;
     }
     return std::nullopt;
-}
-
-bool waits_for_installer(const Launch& launch) {
-    const CommandLine& command_line = launch.command_line;
-    // Without a bootstrap the installer runs from its home, as the script that called expects.
-    return !begins_with_t(launch.settings.bootStrap) || begins_with_t(launch.settings.bWaitSync) ||
-           command_line.bCmdWait || command_line.bCleanup || command_line.bSaveInventory;
 }
 
 void print_library_path() {
@@ -288,7 +260,7 @@ int run_installer(Launch& launch, bool bSync) {
         complain("S_ERJRENFD", launch.locations.jreLoc, kOldestJava);
         status = kFailed;
     }
-    leave_stage(begins_with_t(launch.settings.bootStrap));
+    leave_stage(is_on(launch.settings.bootStrap));
     if (command_line.bBootStrapOnly) {
         print_text(format_text("\nBootStrap To %s Completed\n", {scratch}));
         return status;
@@ -334,14 +306,14 @@ int run_stages(Launch& launch) {
     GetCurrentDir(launch.curDir);
     GetImageLoc(launch.curDir, launch.imageLoc);
     recomputeZulLoc(launch.curDir, settings.zulLoc, settings.zulCoreLoc);
-    if (begins_with_t(settings.bootStrap)) {
+    if (is_on(settings.bootStrap)) {
         if (const std::optional<int> status = bootstrap_installer(launch))
             return *status;
     }
 
     log_line(launch, launch.sZULVersionLogMsg);
     GetRestOfParams(settings, launch.locations);
-    const bool bSync = waits_for_installer(launch);
+    const bool bSync = waits_for_installer(command_line, settings);
     const int environment = SetUNIXEnvironment(launch.locations.jreLoc);
     if (state::_bDebug)
         print_library_path();

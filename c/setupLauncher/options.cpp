@@ -83,6 +83,13 @@ const Option kOptions[] = {
     // clang-format on
 };
 
+// The Java runtime's option, which does not keep an argument from the table.
+constexpr std::string_view kRuntimeOption = "-JRELOC";
+
+// What a parent launcher hands on; found anywhere in the joined line.
+constexpr std::string_view kHandedOnNames[] = {"-timestamp",   "-paramFile",   "-rscratchPath",
+                                               "-shipHomeLoc", "-rstartupLoc", "-rtimestamp"};
+
 enum class BootstrapRule {
     keep,
     off,
@@ -201,7 +208,6 @@ int apply_option(const Option& option, const std::string& upper, CommandLine& co
 
 // The options of the JVM and the Java runtime, which do not keep an argument from the table.
 void scan_java_options(const std::string& upper, CommandLine& command_line, std::size_t& at) {
-    constexpr std::string_view runtime_option = "-JRELOC";
     const std::string& argument = command_line.arguments[at];
     if (argument.starts_with("-J")) {
         command_line.is_java_option[at] = true;
@@ -211,9 +217,9 @@ void scan_java_options(const std::string& upper, CommandLine& command_line, std:
     }
     if (argument.starts_with("-J-Xbootclasspath")) {
         command_line.bOverrideBootOption = true;
-    } else if (upper.find(runtime_option) != std::string::npos &&
+    } else if (upper.find(kRuntimeOption) != std::string::npos &&
                at + 1 < command_line.arguments.size()) {
-        if (upper.size() == runtime_option.size())
+        if (upper.size() == kRuntimeOption.size())
             command_line.jreDirLoc = command_line.arguments[++at];
         state::_bJreLocation = true;
     }
@@ -250,6 +256,23 @@ int apply_session_rules(Settings& settings) {
 }
 
 } // namespace
+
+std::string_view option_in(const std::string& argument, bool has_next) {
+    std::string upper;
+    toUpper(argument, upper);
+    if (has_next && upper.find(kRuntimeOption) != std::string::npos)
+        return kRuntimeOption;
+    const Option* option = find_option(upper, has_next);
+    return option == nullptr ? std::string_view() : option->text;
+}
+
+std::string_view handed_on_name_in(std::string_view line) {
+    for (const std::string_view name : kHandedOnNames) {
+        if (line.find(name) != std::string_view::npos)
+            return name;
+    }
+    return {};
+}
 
 CommandLine read_arguments(int argc, char** argv) {
     CommandLine command_line;

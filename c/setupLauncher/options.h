@@ -11,6 +11,7 @@
 #include "setupLauncher/settings.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct CommandLine {
@@ -62,6 +63,12 @@ struct CommandLine {
 
 // The arguments, with the first "-bigCluster" replaced by "-setCustomNodelist".
 CommandLine read_arguments(int argc, char** argv);
+
+// The option text that the scan would find in `argument`, "" for none. `has_next` tells whether
+// another argument follows.
+std::string_view option_in(const std::string& argument, bool has_next);
+// The same for the look at the whole line, whose names may stand anywhere in it.
+std::string_view handed_on_name_in(std::string_view line);
 
 // Takes the values that a parent launcher passes on, anywhere in the joined line.
 void pre_scan(CommandLine& command_line);

@@ -19,8 +19,6 @@ namespace {
 constexpr const char* kLastResort = "/tmp";
 constexpr const char* kScratchPrefix = "TalInstall";
 constexpr mode_t kScratchMode = 0750;
-// Launches of one second tell their directories apart by _1 to _1023.
-constexpr int kHighestSuffix = 1023;
 // The size in megabytes that the message about a failed creation names: the bootstrap's default.
 constexpr int kDefaultBootstrapSize = 69;
 
@@ -56,6 +54,11 @@ void GetTempDir(std::string& Temp) {
     NormalizeDir(Temp);
 }
 
+std::string scratch_name(const std::string& base, int suffix) {
+    const std::string name = base + "/" + kScratchPrefix + launcher_state::gsTimeStamp;
+    return suffix == 0 ? name : name + "_" + std::to_string(suffix);
+}
+
 int GetScratchPath(std::string& Spath) {
     std::string base;
     GetTempDir(base);
@@ -66,8 +69,7 @@ int GetScratchPath(std::string& Spath) {
     if (launcher_state::_bPrereqSession && launcher_state::prereqLogLocation.empty())
         launcher_state::prereqLogLocation = base;
 
-    const std::string name = base + "/" + kScratchPrefix + launcher_state::gsTimeStamp;
-    std::string candidate = name;
+    std::string candidate = scratch_name(base, 0);
     for (int suffix = 1; suffix <= kHighestSuffix + 1; ++suffix) {
         if (!PathExists(candidate)) {
             if (make_scratch(candidate)) {
@@ -80,10 +82,10 @@ int GetScratchPath(std::string& Spath) {
                 return kFailed;
             }
         }
-        candidate = name + "_" + std::to_string(suffix);
+        candidate = scratch_name(base, suffix);
     }
     // The launch has failed, but the one name more is tried all the same.
-    complain("S_ERPERDIR", name);
+    complain("S_ERPERDIR", scratch_name(base, 0));
     if (!make_scratch(candidate))
         complain("S_ERBOOTSTRAP", candidate, kDefaultBootstrapSize);
     return kFailed;

@@ -14,6 +14,12 @@ void computeTimeStamp();
 // TMP, else /tmp. A base must be absolute and free of \ * ? < > : | ; to be taken.
 void GetTempDir(std::string& Temp);
 
+// The name of this launch's scratch directory under `base`; launches of the same second tell their
+// directories apart by `suffix` above 0.
+std::string scratch_name(const std::string& base, int suffix);
+// Launches of one second have _1 to _1023.
+inline constexpr int kHighestSuffix = 1023;
+
 // Creates a scratch directory that no other launch has (mode 0750) under the base, which is created
 // as well when it is missing. 0 with the directory in `Spath`, or -1 after a message.
 int GetScratchPath(std::string& Spath);

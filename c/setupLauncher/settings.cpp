@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr const char* kParameterFile = "talparam.ini";
 constexpr const char* kPlatformDirectory = "intelsolaris";
 constexpr int kLongestValue = 1024;
 
@@ -75,6 +74,24 @@ const Key kKeys[] = {
     {"BOOTSTRAP_COMPS", "", Rule::components, kNoField, nullptr},
 };
 
+// Keys that are read outside the table above: here for what more is derived, by the launch
+// itself and by the choice of the entry class.
+constexpr LauncherKey kOtherKeys[] = {
+    {"DISTRIBUTION", "F", ValueForm::flag},   {"HLP_LOCATION", "", ValueForm::text},
+    {"UITK_LOCATION", "", ValueForm::text},   {"SOURCE", "", ValueForm::text},
+    {"NLS_ENABLED", "TRUE", ValueForm::text}, {"PLATFORM_PREREQS", "FALSE", ValueForm::flag},
+    {"UMASK", "", ValueForm::text},
+};
+
+ValueForm form_of(const Key& key) {
+    if (key.launch_wide != nullptr)
+        return ValueForm::exact_flag;
+    if (key.rule == Rule::first_character)
+        return ValueForm::flag;
+    const bool number = key.field == &Settings::bootStrapSz || key.field == &Settings::sCopyThreads;
+    return number ? ValueForm::number : ValueForm::text;
+}
+
 std::string looked_up(const char* key, const std::string& fallback, const std::string& file) {
     // Starts empty, so that a file without the section ends in the fallback as well.
     std::string value;
@@ -128,25 +145,15 @@ void read_key(const Key& key, Settings& settings) {
     }
 }
 
-void read_settings(Settings& settings) {
-    const std::string& file = settings.paramFileLocation;
-    const bool distribution = looked_up("DISTRIBUTION", "F", file).starts_with('T');
-    if (distribution)
-        launcher_state::_bDistribution = true;
-    for (const Key& key : kKeys)
-        read_key(key, settings);
-    if (distribution)
-        settings.bootStrap = "TRUE"; // a stage may be taken out of the drive at any time
-}
-
 // A default place of the parameter file, and what paramLoc says when it is found there.
 struct Place {
     std::string file;
     const char* param_loc; // null: stays as it was
 };
 
-// Looks through the default places in order; every miss is recorded. False when all are missed.
-bool find_in_default_places(Settings& settings, const std::string& curDir) {
+// Looks through the default places in order. False when all are missed.
+bool find_in_default_places(Settings& settings, const std::string& curDir,
+                            std::vector<std::string>& missed) {
     const std::string beside = settings.startupLoc + "/" + kParameterFile;
     const std::string above = settings.startupLoc + "/../" + kParameterFile;
     const std::string here = curDir + "/" + kParameterFile;
@@ -159,7 +166,7 @@ bool find_in_default_places(Settings& settings, const std::string& curDir) {
                 settings.paramLoc = place.param_loc;
             return true;
         }
-        record("S_ERTALPARAMNFD_LOC", place.file);
+        missed.push_back(place.file);
     }
     return false;
 }
@@ -176,19 +183,17 @@ void complain_if_unreadable(const std::string& file) {
 
 // Finds the file and says which one is used: 0, or -2 after the messages when there is none.
 int find_parameter_file(Settings& settings, const std::string& curDir, bool bTestAutoUpdates) {
-    std::string missing;
-    if (!settings.paramFileLocation.empty() && PathExists(settings.paramFileLocation)) {
-        GetParentDir(settings.paramFileLocation, settings.paramLoc);
-    } else {
-        missing = settings.paramFileLocation;
-        if (!find_in_default_places(settings, curDir)) {
-            settings.paramLoc.clear();
-            const std::string last = curDir + "/../" + kParameterFile;
-            complain("S_ERTALPARAMNFD", last);
-            record("S_ERTALPARAMNFD", last);
-            return kNoParameterFile;
-        }
+    const std::string given = settings.paramFileLocation;
+    std::vector<std::string> missed;
+    const bool found = locate_parameter_file(settings, curDir, missed);
+    for (const std::string& file : missed)
+        record("S_ERTALPARAMNFD_LOC", file);
+    if (!found) {
+        complain("S_ERTALPARAMNFD", missed.back());
+        record("S_ERTALPARAMNFD", missed.back());
+        return kNoParameterFile;
     }
+    const std::string missing = settings.paramFileLocation == given ? "" : given;
     GetAbsolutePath(settings.paramFileLocation, std::string(settings.paramFileLocation));
     complain_if_unreadable(settings.paramFileLocation);
     if (!missing.empty()) {
@@ -203,6 +208,41 @@ int find_parameter_file(Settings& settings, const std::string& curDir, bool bTes
 }
 
 } // namespace
+
+const std::vector<LauncherKey>& launcher_keys() {
+    static const std::vector<LauncherKey> keys = [] {
+        std::vector<LauncherKey> all(std::begin(kOtherKeys), std::end(kOtherKeys));
+        for (const Key& key : kKeys) {
+            const bool computed = key.rule == Rule::stage_default;
+            all.push_back({key.name, computed ? "" : key.fallback, form_of(key)});
+        }
+        return all;
+    }();
+    return keys;
+}
+
+bool locate_parameter_file(Settings& settings, const std::string& curDir,
+                           std::vector<std::string>& missed) {
+    if (!settings.paramFileLocation.empty() && PathExists(settings.paramFileLocation)) {
+        GetParentDir(settings.paramFileLocation, settings.paramLoc);
+        return true;
+    }
+    if (find_in_default_places(settings, curDir, missed))
+        return true;
+    settings.paramLoc.clear();
+    return false;
+}
+
+void read_settings(Settings& settings) {
+    const std::string& file = settings.paramFileLocation;
+    const bool distribution = looked_up("DISTRIBUTION", "F", file).starts_with('T');
+    if (distribution)
+        launcher_state::_bDistribution = true;
+    for (const Key& key : kKeys)
+        read_key(key, settings);
+    if (distribution)
+        settings.bootStrap = "TRUE"; // a stage may be taken out of the drive at any time
+}
 
 int GetParamOptions(Settings& settings, bool bBootStrapOnly, bool bScratchPath,
                     bool bShipHomeLocation, bool bTestAutoUpdates) {

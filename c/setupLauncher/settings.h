@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The one section that holds the launcher's keys.
@@ -13,6 +14,27 @@ inline constexpr const char* kLauncherSection = "Talvex";
 
 // The regular installer: INSTALL_CLASS unless the parameter file says otherwise.
 inline constexpr const char* kInstallerClass = "talvex.admkit.kst.kstc.KstcInstaller";
+
+// The parameter file's name wherever it is looked for.
+inline constexpr const char* kParameterFile = "talparam.ini";
+
+// What the values of a key are taken for.
+enum class ValueForm {
+    text,
+    flag,       // on when it begins with T
+    exact_flag, // on when it is exactly TRUE
+    number,     // the digits at its start
+};
+
+// A key of the launcher's section; a key that is missing or empty counts as `fallback`.
+struct LauncherKey {
+    std::string_view name;
+    std::string_view fallback; // "" also for one that is computed
+    ValueForm form;
+};
+
+// Every key of the launcher's section that a launch reads, whoever reads it.
+const std::vector<LauncherKey>& launcher_keys();
 
 // How GetParamInformation treats a value.
 inline constexpr int kWholeValue = 0;
@@ -62,6 +84,16 @@ struct DerivedLocations {
     std::string srcJarLoc;
     std::string nlsEnable;
 };
+
+// Finds the parameter file without a word: the one given in `settings.paramFileLocation` or, when
+// there is none of that name, the first in the default places; `missed` gets those that were looked
+// at in vain. False when there is none.
+bool locate_parameter_file(Settings& settings, const std::string& curDir,
+                           std::vector<std::string>& missed);
+
+// Reads every key of `settings.paramFileLocation`; `settings.startupLoc` and `settings.scratchLoc`
+// are known.
+void read_settings(Settings& settings);
 
 // Finds the parameter file and reads every setting. Creates the scratch directory unless
 // `bBootStrapOnly` or `bScratchPath`, writes the install log, and leaves the process in

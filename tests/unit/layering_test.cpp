@@ -27,7 +27,7 @@ const std::vector<std::vector<std::string>> kLayers = {
     {"log/install_log"},
     {"jreloc"},
     {"bootstrap/version", "bootstrap/tree_walk", "bootstrap/inventory"},
-    {"bootstrap/tree", "bootstrap/report"},
+    {"bootstrap/tree", "bootstrap/report", "bootstrap/stage_layout"},
     {"bootstrap/bootstrap"},
     {"prereqchecks/command_output"},
     {"prereqchecks/system_checks", "prereqchecks/patch_check"},
@@ -36,7 +36,7 @@ const std::vector<std::vector<std::string>> kLayers = {
      "setupLauncher/environment", "setupLauncher/java_home"},
     {"setupLauncher/settings", "setupLauncher/spawn"},
     {"setupLauncher/options"},
-    {"setupLauncher/installer_command"},
+    {"setupLauncher/installer_command", "setupLauncher/decisions"},
     {"setupLauncher/launch"},
 };
 
