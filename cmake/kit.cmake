@@ -1,12 +1,9 @@
 # The kit: what "cmake --install BUILD --prefix DIR" lays out and cpack packs. It needs nothing of the
-# repository, and whoever lays it out, under whatever mask, gets the same tree.
+# repository.
 #
 #   lib/setupLauncher     the launcher's directory as a stage has it; the launcher runs where it lies
 #   bin                   the tools for those who build stages
 #   share                 the sample installer, the documents
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
 install(TARGETS setupLauncher DESTINATION lib/setupLauncher)
 if(LAUNCHER_TOOLS)
   install(FILES ${catalogue_files} DESTINATION lib/setupLauncher/resource)
