@@ -22,6 +22,7 @@ std::string resource_directory;
 
 // The character set of the catalogue files.
 constexpr std::string_view kCatalogueCharset = "UTF-8";
+constexpr std::size_t kPiece = 16384; // bytes read from a catalogue at a time
 
 iconv_t invalid_converter() noexcept {
     // NOLINTNEXTLINE(*-reinterpret-cast, performance-no-int-to-ptr): what iconv_open itself returns
@@ -84,16 +85,22 @@ void add_record(symtab_t* table, const std::string& record) {
 void load(symtab_t* table, std::FILE* fp) {
     if (fp == nullptr || table == nullptr)
         return;
+    std::array<char, kPiece> piece{};
     std::string record;
-    // Nobody else has the stream: the lock of getc would cost more than the reading.
-    for (int byte = getc_unlocked(fp); byte != EOF; byte = getc_unlocked(fp)) {
-        if (byte != '\0') {
-            record += static_cast<char>(byte);
-            if (record.size() < kMaxCatalogueRecord)
-                continue;
+    for (std::size_t got = piece.size(); got == piece.size();) {
+        got = std::fread(piece.data(), 1, piece.size(), fp);
+        std::string_view rest(piece.data(), got);
+        while (!rest.empty()) {
+            // A record ends at its NUL, or where it is full.
+            const std::string_view reach = rest.substr(0, kMaxCatalogueRecord - record.size());
+            const std::size_t nul = reach.find('\0');
+            record.append(reach.substr(0, nul));
+            rest.remove_prefix(nul == std::string_view::npos ? reach.size() : nul + 1);
+            if (nul == std::string_view::npos && record.size() < kMaxCatalogueRecord)
+                continue; // it goes on in the next piece
+            add_record(table, record);
+            record.clear();
         }
-        add_record(table, record);
-        record.clear();
     }
 }
 
