@@ -1,0 +1,1 @@
+#error "Solaris has no <mntent.h>; its mount table is read by <sys/mnttab.h>"

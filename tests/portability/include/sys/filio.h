@@ -1,0 +1,2 @@
+// <sys/filio.h>, which only Solaris has.
+#define FIONREAD (('f' << 8) | 127)

@@ -1,0 +1,1 @@
+#error "Solaris has no statfs(); statvfs() tells"

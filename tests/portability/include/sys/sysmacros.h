@@ -1,0 +1,1 @@
+// <sys/sysmacros.h> of Solaris has no major() and minor() for programs: <sys/mkdev.h> has.
