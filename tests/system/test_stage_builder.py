@@ -119,11 +119,20 @@ def test_the_sample_installer_runs_from_copied_trees_in_a_real_jvm(root_as_new):
     (["name:1=/nowhere"], "the directory /nowhere of name does not exist"),
     (["name:1=/tmp/empty"], "cannot pack /tmp/empty (is it empty?)"),
     (["name:1=/tmp/full", "name:2=/tmp/full"], "the component name is named twice"),
+    (["name:1=/tmp/broken"], "the directory /tmp/broken holds what cannot be packed: /tmp/broken/sub/link"),
+    (["name:1=/tmp/queue"], "the directory /tmp/queue holds what cannot be packed: /tmp/queue/pipe"),
+    (["name:1=/tmp/circle"], "the directory /tmp/circle holds what cannot be packed: "),
+    (["name:1=/tmp/closed"], "cannot pack /tmp/closed (is it empty?): "),
 ])
 def test_what_cannot_be_built_is_said_in_one_line_and_leaves_nothing(root_as_new, wrong, said):
     del root_as_new
-    os.makedirs("/tmp/empty")
+    for name in ("empty", "broken/sub", "queue", "circle"):
+        os.makedirs("/tmp/" + name)
     write_file("/tmp/full/file", "x")
+    write_file("/tmp/closed/file", "x", 0)
+    os.symlink("nowhere", "/tmp/broken/sub/link")
+    os.mkfifo("/tmp/queue/pipe")
+    os.symlink("../circle", "/tmp/circle/round")
     done = build_stage(STAGE, *wrong)
     assert done.returncode == 1
     lines = [line for line in done.stderr.splitlines()
@@ -134,9 +143,9 @@ def test_what_cannot_be_built_is_said_in_one_line_and_leaves_nothing(root_as_new
 
 
 @pytest.mark.parametrize("options, said", [
-    (["--launcher", "/nowhere"], "no launcher at /nowhere"),
+    (["--launcher", "/nowhere"], "no launcher at /nowhere that can be read and started"),
     (["--catalogues", "/nowhere"], "no message catalogue at /nowhere/cons.nls"),
-    (["--unzip", "/nowhere"], "no unzip program at /nowhere; name one with --unzip"),
+    (["--unzip", "/nowhere"], "no unzip program at /nowhere that can be read and started; name one with --unzip"),
     (["--param", "no line"], "no line is not a line KEY=VALUE of talparam.ini"),
     (["--param", "A=1\nB=2"], "A=1\nB=2 is not a line KEY=VALUE of talparam.ini"),
     (["--what"], "the option --what is not known"),
@@ -146,6 +155,23 @@ def test_a_wrong_option_is_said_and_leaves_nothing(components, options, said):
     assert (done.returncode, done.stderr.splitlines()[-1 - said.count("\n"):]) == (
         1, f"build-stage: {said}".split("\n"))
     assert not os.path.exists(STAGE)
+
+
+def test_a_file_system_that_is_full_is_said_in_one_line_and_emptied_again(components):
+    write_file(f"{OPERATOR_HOME}/own/zul/large", os.urandom(3 << 20))
+    done = build_stage("/small/stage", components["zul"])
+    assert done.returncode == 1
+    assert done.stderr.splitlines()[-1].startswith("build-stage: cannot ")
+    assert done.stderr.count("build-stage: cannot ") == 1
+    assert os.listdir("/small") == []
+
+
+def test_the_stage_may_be_named_from_where_one_is(components):
+    name = os.path.basename(STAGE)
+    done = build_stage(name, components["zul"].replace(OPERATOR_HOME, "."))
+    assert done.returncode == 0, done.stderr
+    assert os.path.exists(STAGE + "/stage/Components/talvex.swd.zul/1.7.0.0.0/1/DataFiles/"
+                          "talvex.swd.zul.jar")
 
 
 def test_a_stage_that_is_there_already_is_not_touched(components):

@@ -133,8 +133,8 @@ def test_without_the_program_that_reads_programs_nothing_is_built():
 
 
 @pytest.mark.parametrize("option, said", [
-    ("--launcher", "no launcher at /tmp"),
-    ("--unzip", "no unzip program at /tmp; name one with --unzip"),
+    ("--launcher", "no launcher at /tmp that can be read and started"),
+    ("--unzip", "no unzip program at /tmp that can be read and started; name one with --unzip"),
 ])
 def test_a_directory_is_no_program(option, said):
     write_file(f"{OPERATOR_HOME}/own/a", "x")
