@@ -610,4 +610,4 @@ def test_every_question_of_the_launcher_ends_with_a_blank(english_texts):
     questions["S_CONTINUE"] = english_texts["S_CONTINUE"]
     assert len(questions) == 7
     assert {key for key, text in questions.items() if not text.endswith(": ")} == set()
-    assert "(y/n) [n]" in english_texts["S_CONTINUE"]
+    assert "(y = yes, n = no) [n]" in english_texts["S_CONTINUE"]
