@@ -424,6 +424,15 @@ class Terminal:
             assert self.read_more(), f"{text!r} did not appear: {self.output!r}"
         self.seen = at + len(text)
 
+    def wait_until_it_reads(self):
+        """What is typed between a question and the reading may be dropped as
+        typed ahead."""
+        asleep = 0
+        while asleep < 3:
+            state = read_file(f"/proc/{self.process.pid}/stat").rpartition(b") ")[2][:1]
+            asleep = asleep + 1 if state == b"S" else 0
+            time.sleep(0.01)
+
     def type(self, text):
         os.write(self.ours, as_bytes(text))
 

@@ -243,24 +243,15 @@ def test_an_answer_of_the_wrong_kind_is_taken_and_then_rejected(stage):
     assert launch.record is None
 
 
-def wait_until_it_reads(terminal):
-    """What is typed between the question and the reading is dropped as typed ahead."""
-    asleep = 0
-    while asleep < 3:
-        state = read_file(f"/proc/{terminal.process.pid}/stat").rpartition(b") ")[2][:1]
-        asleep = asleep + 1 if state == b"S" else 0
-        time.sleep(0.01)
-
-
 def test_what_is_typed_ahead_on_a_terminal_is_dropped(stage):
     top = runtime()
     stage.ini(JRE_LOCATION=None)
     terminal = stage.terminal("-silent", typed=f"{top}/ahead\n".encode())
     terminal.expect(en("S_SPECIFY_JRE_LOCATION").rstrip(b"\n"))
-    wait_until_it_reads(terminal)
+    terminal.wait_until_it_reads()
     terminal.type("\n")
     terminal.expect(en("S_SPECIFY_VALID_JRE_LOCATION").rstrip(b"\n"))
-    wait_until_it_reads(terminal)
+    terminal.wait_until_it_reads()
     terminal.type(f"{top}\n")
     launch = terminal.finish()
     launch.assert_status(0)
