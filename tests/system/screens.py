@@ -216,12 +216,13 @@ SITUATIONS = [
     (NO_DISPLAY, lambda operator: operator.sees(Home(), env={"DISPLAY": None})),
 
     ("prerequisites: every check passes", lambda operator: operator.sees(checked_home(
-        (GENERIC, CHECKS), (REQUIRED, {"PATCHES": "112233-05"}), (OPTIONAL, {"PACKAGES": "SUNWlibC"}),
-        host=good_host))),
+        (GENERIC, CHECKS), (REQUIRED, {"PATCHES": "112233-05"}),
+        (OPTIONAL, {"PACKAGES": "SUNWlibC"}), host=good_host))),
     ("prerequisites: checks fail; an answer that is none, then no", checks_fail),
     ("prerequisites: a required check fails; yes", lambda operator: operator.sees(
         checked_home((REQUIRED, {**WRONG_PROCESSOR, "PROCESSOR_FAILURE_MESSAGE":
-                                 "<a text of the parameter file>"})), answers=[("S_CONTINUE", "y\n")])),
+                                 "<a text of the parameter file>"})),
+        answers=[("S_CONTINUE", "y\n")])),
     ("prerequisites: an optional check fails; no", lambda operator: operator.sees(
         checked_home((OPTIONAL, {"PACKAGES": "SUNWlibC"})), answers=[("S_CONTINUE", "n\n")])),
     ("prerequisites: recommended patches are missing; yes", lambda operator: operator.sees(
@@ -257,7 +258,8 @@ SITUATIONS = [
 
     ("question for a Java runtime", lambda operator: prompt(
         operator, "JRE", recorder_as_java(OPERATOR_HOME + "/java") + "\n")),
-    ("question for a Java runtime: Control-D", lambda operator: prompt(operator, "JRE", END_OF_INPUT)),
+    ("question for a Java runtime: Control-D", lambda operator: prompt(
+        operator, "JRE", END_OF_INPUT)),
     ("question for a JRE", lambda operator: prompt(
         operator, "JRE_ONLY", END_OF_INPUT, USEJREONLY="TRUE")),
     ("question for a JDK", lambda operator: prompt(
@@ -282,7 +284,7 @@ SITUATIONS = [
         Stage(), "-silent", "-detachHome", "HOME=/x")),
     ("failed start: Prerequisite Checker without configuration", lambda operator: operator.sees(
         Home(), "-prereqChecker", "-silent")),
-    ("failed start: Prerequisite Checker with a wrong configuration", lambda operator: operator.sees(
+    ("failed start: Prerequisite Checker, wrong configuration", lambda operator: operator.sees(
         Home(), "-prereqChecker", "-silent", "PREREQ_CONFIG_LOCATION=/nowhere")),
     ("failed start: from a CD that has to be changed", launch_from_a_cd),
     ("failed start: no Java program", lambda operator: operator.sees(

@@ -3,7 +3,8 @@ terminal of 80 columns: what is indented or asked must not wrap."""
 
 import pytest
 
-from screens import COLUMNS, LOCALES, NO_DISPLAY, SITUATIONS, Operator, all_screens, show, width, wrapped
+from screens import (COLUMNS, LOCALES, NO_DISPLAY, SITUATIONS, Operator, all_screens, show, width,
+                     wrapped)
 
 QUESTIONS = ("S_CONTINUE",)
 
