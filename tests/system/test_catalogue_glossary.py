@@ -222,7 +222,7 @@ def test_an_avoided_word_is_found(language, text, words):
     ("fr", "The scratch directories.", "Les répertoires.", ["répertoire de travail temporaire"]),
     ("de", "Another inventory pointer file.", "Eine andere Inventarzeigerdatei.", []),
     ("zh_CN", "A Java runtime.", "一个 Java 程序。", ["Java 运行时"]),
-    ("zh_CN", "A Java runtime environment (JRE).", "一个 JRE。", []),
+    ("zh_CN", "A Java runtime environment (JRE).", "一个 Java Runtime Environment。", []),
     ("pt_BR", "Ask for permissions.", "Solicite permissões.", []),
     ("es", "Start the launcher.", "Inicie el programa.", ["programa de inicio"]),
 ])
