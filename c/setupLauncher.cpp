@@ -1,7 +1,7 @@
 #include "base/status.h"
+#include "platform/signals.h"
 #include "setupLauncher/launch.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <new>
 #include <sys/stat.h>
@@ -40,8 +40,7 @@ void end_without_memory() {
 
 int main(int argc, char** argv) {
     std::set_new_handler(end_without_memory);
-    // A caller may hand on SIGCHLD ignored; then nobody learns how a child has ended.
-    std::signal(SIGCHLD, SIG_DFL);
+    note_signals();
     open_standard_streams();
     umask(kStartMask);
     return main_helper(argc, argv);

@@ -6,6 +6,8 @@
 #include "base/status.h"
 #include "bootstrap/tree_walk.h"
 #include "log/install_log.h"
+#include "platform/child_process.h"
+#include "platform/signals.h"
 
 #include <array>
 #include <cerrno>
@@ -14,6 +16,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -23,12 +26,13 @@ constexpr std::size_t kCopyPiece = 1024;
 // The streams read and write this much at a time, so that small pieces cost no system calls.
 constexpr std::size_t kStreamBuffer = std::size_t{128} * 1024;
 
-// Copies until the end of `in`; false as soon as less is written than was read.
+// Copies until the end of `in`; false as soon as less is written than was read or a signal is
+// noted.
 bool copy_stream(std::FILE* in, std::FILE* out) {
     std::array<char, kCopyPiece> piece{};
     for (;;) {
         const std::size_t got = std::fread(piece.data(), 1, piece.size(), in);
-        if (got > 0 && std::fwrite(piece.data(), 1, got, out) < got)
+        if ((got > 0 && std::fwrite(piece.data(), 1, got, out) < got) || noted_signal() != 0)
             return false;
         if (got < piece.size())
             return std::ferror(in) == 0 && std::fflush(out) == 0;
@@ -38,7 +42,7 @@ bool copy_stream(std::FILE* in, std::FILE* out) {
 int copy_tree(const std::string& source, const std::string& dest) {
     TreeWalk walk = walk_over(source);
     std::string here;
-    while (next_step(walk)) {
+    while (noted_signal() == 0 && next_step(walk)) {
         if (walk.step == WalkStep::kDirectoryOpened) {
             here = path_in_list(walk, walk.directory, dest);
             mkdir(here.c_str(), kMadeDirectoryMode);
@@ -51,7 +55,8 @@ int copy_tree(const std::string& source, const std::string& dest) {
             return kFailed;
         }
     }
-    return walk.incomplete ? kFailed : kOk;
+    end_walk(walk);
+    return walk.incomplete || noted_signal() != 0 ? kFailed : kOk;
 }
 
 void delete_tree(const std::string& root) {
@@ -148,12 +153,13 @@ void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursiv
         return;
     TreeWalk walk = walk_over(p_strFilePath);
     walk.depth_first = true; // the order in which its complaints come
-    while (next_step(walk)) {
+    while (noted_signal() == 0 && next_step(walk)) {
         if (walk.step == WalkStep::kFile)
             set_permission_of_file(walk, mode);
         else if (walk.step != WalkStep::kDirectoryOpened)
             set_permission_of_directory(walk, mode);
     }
+    end_walk(walk);
 }
 
 int CopyJars(const std::string& source, const std::string& dest, const std::string& startupLoc) {
@@ -162,13 +168,21 @@ int CopyJars(const std::string& source, const std::string& dest, const std::stri
                                 (launcher_state::_bDebug ? " -o " : " -qqqo ") +
                                 shell_word(source) + "/\\*.jar -d " + shell_word(dest) + " ";
     std::fflush(stdout);
-    // NOLINTNEXTLINE(cert-env33-c): a command of the shell, with its paths quoted
-    const int status = std::system(command.c_str());
+    // What the operator has set for his own unzip would change what is unpacked here.
+    const int status = run_shell_command(command, {"UNZIP", "UNZIPOPT"});
     setPermission(dest.c_str(), kUnpackedMode, 1);
     record("S_UNZIP_COMMANDLINE");
     writeToInstallLog(command);
     if (status == 0)
         return kOk;
+    if (noted_signal() != 0)
+        return kFailed;
+    if (status != -1 && WIFSIGNALED(status)) {
+        const int number = WTERMSIG(status);
+        const std::string name = signal_name(number);
+        writeToInstallLog("\n" + english_text("S_COMMAND_SIGNALLED", {name, number, command}));
+        complain("S_COMMAND_SIGNALLED", name, number, command);
+    }
     if (!PathExists(source)) {
         record("S_UNZIP_FAILED", source);
         complain("S_UNZIP_FAILED", source);

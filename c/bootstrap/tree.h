@@ -22,9 +22,10 @@ inline constexpr mode_t kMadeDirectoryMode = 0777;
 inline constexpr mode_t kHighestMode = 0777;
 
 // Copies the tree `source` into `dest`, merging with what is there, or deletes it with its root
-// when `dest` is null. 0, or -1 when a file cannot be copied, which ends the copy there, or when a
-// directory cannot be read to its end. A missing source and a directory that cannot be opened are
-// no failure; what cannot be deleted stays without a word.
+// when `dest` is null. 0, or -1 when a file cannot be copied or a signal is noted, which ends the
+// copy there, or when a directory cannot be read to its end. A missing source and a directory that
+// cannot be opened are no failure; what cannot be deleted stays without a word, and a signal does
+// not end a deletion.
 int CopyDirRecursive(const char* source, const char* dest);
 
 // Copies one file; `dest` is emptied even when `source` cannot be read. 0 or -1.
@@ -36,7 +37,7 @@ void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursiv
 
 // Unpacks every jar of directory `source` into `dest` with the unzip in directory `startupLoc`,
 // gives all of `dest` mode 0750 and records the command. 0, or -1 when unzip failed; that is said
-// only when `source` does not exist.
+// only when `source` does not exist or a signal ended unzip.
 int CopyJars(const std::string& source, const std::string& dest, const std::string& startupLoc);
 
 // Makes a directory; the outcome is not reported.

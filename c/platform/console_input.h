@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <string>
 
-// Reads one line without its line feed. False at the end of the input with nothing read; a last
-// line without a line feed counts as a line. Takes at most `longest` bytes, the line feed among
-// them: what is left of a longer line is the next one.
+// Reads one line without its line feed. False at the end of the input with nothing read, and when a
+// signal has been noted; a last line without a line feed counts as a line. Takes at most `longest`
+// bytes, the line feed among them: what is left of a longer line is the next one.
 bool read_console_line(std::string& line, std::size_t longest = SIZE_MAX);
 
 // Throws away what was typed ahead on a terminal; lines in a pipe or file stay.

@@ -2,11 +2,14 @@
 
 #include "base/paths.h"
 #include "log/install_log.h"
+#include "platform/child_process.h"
+#include "platform/signals.h"
 
 #include <array>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -43,9 +46,15 @@ std::optional<std::string> GetCommandOutput(const std::string& command,
     // What an earlier command left there must not pass for the output of one that never ran.
     unlink(file.c_str());
     std::fflush(stdout);
-    // NOLINTNEXTLINE(cert-env33-c): the checks are commands of the shell, with their paths quoted
-    if (std::system((command + " > " + shell_word(file) + " 2>&1").c_str()) == -1)
+    const int status = run_shell_command(command + " > " + shell_word(file) + " 2>&1");
+    if (status == -1)
         return std::nullopt;
+    if (WIFSIGNALED(status) && noted_signal() == 0) {
+        const int number = WTERMSIG(status);
+        const std::string name = signal_name(number);
+        writeToInstallLog("\n" + english_text("S_COMMAND_SIGNALLED", {name, number, command}));
+        complain("S_COMMAND_SIGNALLED", name, number, command);
+    }
     return read_whole_file(file);
 }
 

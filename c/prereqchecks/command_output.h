@@ -10,7 +10,7 @@
 
 // Everything that `command` prints, both streams together, up to its first NUL; nothing when it
 // cannot be run or its output not be read. The output stays in `scratchLoc` as
-// command_output_PID.
+// command_output_PID. A command that a signal ended is told of.
 std::optional<std::string> GetCommandOutput(const std::string& command,
                                             const std::string& scratchLoc);
 

@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "log/install_log.h"
+#include "platform/signals.h"
 #include "prereqchecks/command_output.h"
 #include "prereqchecks/system_checks.h"
 
@@ -144,6 +145,8 @@ int CheckPatchesInstalled(const std::string& value, const std::string& /*version
     CheckReport checked;
     bool passed = true;
     const auto output = GetCommandOutputInEnglish(kPatchCommand, scratchLoc);
+    if (noted_signal() != 0)
+        return kCheckFailed;
     if (is_unusable(output)) {
         checked.fail("S_EXEC_FAILURE", kPatchCommand);
         passed = false;

@@ -4,6 +4,7 @@
 #include "base/status.h"
 #include "log/install_log.h"
 #include "platform/console_input.h"
+#include "platform/signals.h"
 #include "prereqchecks/patch_check.h"
 #include "prereqchecks/system_checks.h"
 
@@ -126,7 +127,8 @@ int run_section(PrereqPhase& phase, const std::string& section) {
     std::string key;
     std::string value;
     if (GenericGetPrivateProfileVarAndString(section.c_str(), key, value, file) == 0) {
-        while (GenericGetPrivateProfileVarAndString(nullptr, key, value, file) == 0) {
+        while (noted_signal() == 0 &&
+               GenericGetPrivateProfileVarAndString(nullptr, key, value, file) == 0) {
             const CheckRow* row = value.empty() ? nullptr : find_check(phase, key);
             if (row == nullptr)
                 continue;
@@ -143,22 +145,29 @@ int run_section(PrereqPhase& phase, const std::string& section) {
     return result;
 }
 
-// Shows and records where the log is, then ends the process.
-[[noreturn]] void end_launch() {
+// Shows and records where the log is, then ends the process. Comes back only when a signal has been
+// noted, such as that nobody reads any more what is shown.
+void end_launch() {
     report("S_EXIT_MSG", sLogLoc);
+    std::fflush(stdout);
+    if (noted_signal() != 0)
+        return;
     closeLog();
     std::exit(kFailed);
 }
 
 // Asks until the answer begins with y, or with n or is an empty line. The end of the input is no
-// answer: the question then repeats.
+// answer: the question then repeats. A signal ends the asking.
 bool operator_goes_on(const std::string& question, const std::string& english_question) {
     std::string answer;
     for (;;) {
         nls_out(question);
         writeToInstallLog(english_question);
         std::fflush(stdout);
-        if (!read_console_line(answer, kLongestAnswer))
+        const bool answered = read_console_line(answer, kLongestAnswer);
+        if (noted_signal() != 0)
+            return false;
+        if (!answered)
             continue;
         if (answer.starts_with('y') || answer.starts_with('Y'))
             return true;
@@ -171,7 +180,8 @@ void show_and_log(const std::string& text) {
     logAndShowMsg(text, 1);
 }
 
-// An uncertified version as a warning: comes back only when the operator takes it on.
+// An uncertified version as a warning: comes back only when the operator takes it on, or with a
+// signal noted.
 void warn_of_uncertified_version(const PrereqPhase& phase) {
     const std::string location = value_in(phase, kCertifiedSection, "CERTIFIED_VERSION_LOCATION");
     nls_out("\n\n");
@@ -182,12 +192,15 @@ void warn_of_uncertified_version(const PrereqPhase& phase) {
                                  "'%s' for a list of certified versions.\n",
                                  {location}));
     if (phase.silent)
-        end_launch();
+        return end_launch();
     const char* question = "\nDo you want to continue? (y/n) [n]: ";
-    if (!operator_goes_on(question, question)) {
+    const bool goes_on = operator_goes_on(question, question);
+    if (noted_signal() != 0)
+        return;
+    if (!goes_on) {
         show_and_log("The user has verified that the product cannot be installed on this platform. "
                      "Quitting the install...\n");
-        end_launch();
+        return end_launch();
     }
     show_and_log("The user has verified that the product can be installed on this platform. "
                  "Continuing with the install...\n");
@@ -217,9 +230,10 @@ bool enter_required_phase(PrereqPhase& phase, int& result) {
         show_and_log("\n\n" + failure);
     if (phase.bIgnorePreReqs)
         return false;
-    if (value_in(phase, kCertifiedSection, "CERTIFIED_VERSION_WARN") != "TRUE")
+    if (value_in(phase, kCertifiedSection, "CERTIFIED_VERSION_WARN") == "TRUE")
+        warn_of_uncertified_version(phase);
+    else
         end_launch();
-    warn_of_uncertified_version(phase);
     result = kCheckPassed;
     return false;
 }
@@ -258,18 +272,61 @@ void report_failed_phase(const PrereqPhase& phase) {
     }
 }
 
-// A failed phase that is not ignored: comes back only when the operator wants to go on.
+// A failed phase that is not ignored: comes back only when the operator wants to go on, or with a
+// signal noted.
 void settle_failed_phase(const PrereqPhase& phase, bool no_console) {
     report_failed_phase(phase);
     if (no_console || phase.silent)
-        end_launch();
-    if (!operator_goes_on(unfilled_text("S_CONTINUE"), english_text("S_CONTINUE"))) {
+        return end_launch();
+    const bool goes_on = operator_goes_on(unfilled_text("S_CONTINUE"), english_text("S_CONTINUE"));
+    if (noted_signal() != 0)
+        return;
+    if (!goes_on) {
         report("S_CONTINUE_NO");
-        end_launch();
+        return end_launch();
     }
     // S_CONTINUE_YES stays unsaid: the operator has just typed it.
     if (!is_optional(phase))
         report("S_IGNORE_REQ_SYS_PREREQ");
+}
+
+// The generic phase as the whole launch: comes back only with a signal noted.
+void run_generic_phase_alone(PrereqPhase& phase) {
+    const int result = CheckPrerequisitesForInstall(phase);
+    if (noted_signal() != 0)
+        return;
+    if (!phase_passed(result) && phase.bIgnorePreReqs)
+        report("S_IGNORE_REQ_SYS_PREREQ");
+    show_and_log(phase.optFlMsg);
+    end_launch();
+}
+
+void run_phases(PrereqPhase& phase, const PrereqInput& input) {
+    struct Step {
+        bool bGeneric;
+        bool bRequired;
+    };
+    constexpr Step generic{true, true};
+    constexpr Step required{false, true};
+    constexpr Step optional{false, false};
+    for (const Step& step : {generic, required, optional}) {
+        if (!step.bGeneric && !input._bPlatPrereqs)
+            break;
+        phase.bGeneric = step.bGeneric;
+        phase.bRequired = step.bRequired;
+        phase.optFlMsg.clear();
+        const int result = CheckPrerequisitesForInstall(phase);
+        if (noted_signal() != 0)
+            return;
+        if (!phase_passed(result)) {
+            if (!input.bIgnorePreReqs)
+                return settle_failed_phase(phase, input._bNoConsole); // for all that are left
+            report_ignored(phase);
+        } else if (result == kCheckPassed && !step.bGeneric && step.bRequired) {
+            report("S_PRE_REQREQ_PASSED");
+        }
+    }
+    show_and_log("\n");
 }
 
 } // namespace
@@ -307,38 +364,9 @@ void checkPreReqs(const PrereqInput& input) {
     PrereqPhase phase{input.paramLoc, input.scratchLoc, input.silent, input.bIgnorePreReqs,
                       true,           buffer,           optBuffer,    optFailurelMsg,
                       true,           genericBuffer};
-    if (input.bExecSysPreReqs) {
-        if (!phase_passed(CheckPrerequisitesForInstall(phase)) && input.bIgnorePreReqs)
-            report("S_IGNORE_REQ_SYS_PREREQ");
-        show_and_log(optFailurelMsg);
-        end_launch();
-    }
-
-    struct Step {
-        bool bGeneric;
-        bool bRequired;
-    };
-    constexpr Step generic{true, true};
-    constexpr Step required{false, true};
-    constexpr Step optional{false, false};
-    for (const Step& step : {generic, required, optional}) {
-        if (!step.bGeneric && !input._bPlatPrereqs)
-            break;
-        phase.bGeneric = step.bGeneric;
-        phase.bRequired = step.bRequired;
-        optFailurelMsg.clear();
-        const int result = CheckPrerequisitesForInstall(phase);
-        if (!phase_passed(result)) {
-            if (!input.bIgnorePreReqs) {
-                settle_failed_phase(phase, input._bNoConsole);
-                closeLog();
-                return; // the operator's word covers the phases that are left
-            }
-            report_ignored(phase);
-        } else if (result == kCheckPassed && !step.bGeneric && step.bRequired) {
-            report("S_PRE_REQREQ_PASSED");
-        }
-    }
-    show_and_log("\n");
+    if (input.bExecSysPreReqs)
+        run_generic_phase_alone(phase);
+    else
+        run_phases(phase, input);
     closeLog();
 }

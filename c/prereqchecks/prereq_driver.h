@@ -65,7 +65,8 @@ struct PrereqPhase {
 };
 
 // Runs the checks. Returns when the launch may go on; otherwise, and always in execute-only mode,
-// ends the process with status 255 after saying where the log is.
+// ends the process with status 255 after saying where the log is. Comes back at once, with nothing
+// more said, when a signal is noted.
 void checkPreReqs(const PrereqInput& input);
 
 // Runs one phase: 0 passed, 3 when no version is certified, else the result of the last check that

@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "platform/signals.h"
 #include "platform/system_names.h"
 #include "prereqchecks/command_output.h"
 
@@ -172,6 +173,8 @@ int CheckPackagesInstalled(const std::string& value, const std::string& /*versio
     for (const std::string& item : split(value, ",")) {
         const std::string command = std::string(kPackageCommand) + " " + command_arguments(item);
         const auto output = GetCommandOutputInEnglish(command, scratchLoc);
+        if (noted_signal() != 0)
+            return kCheckFailed;
         if (is_unusable(output)) {
             checked.fail("S_EXEC_FAILURE", std::string(kPackageCommand) + " " + item);
             passed = false;
@@ -198,6 +201,8 @@ int CheckCPUSpeed(const std::string& value, const std::string& scratchLoc) {
     report("S_CHECKING_FOR_CPU", value);
     CheckReport checked;
     const auto output = GetCommandOutputInEnglish(kProcessorCommand, scratchLoc);
+    if (noted_signal() != 0)
+        return kCheckFailed;
     if (is_unusable(output)) {
         checked.fail("S_EXEC_FAILURE", kProcessorCommand);
         return close_check(false, checked);
@@ -218,6 +223,8 @@ int CheckDisplayCols(const std::string& value, const std::string& scratchLoc) {
     CheckReport checked;
     std::string command;
     const auto output = display_output(command, scratchLoc);
+    if (noted_signal() != 0)
+        return kCheckFailed;
     if (is_unusable(output)) {
         checked.fail("S_EXEC_FAILURE", command);
         return close_check(false, checked);
@@ -254,6 +261,8 @@ int CheckSwap(const std::string& value, const std::string& /*version*/,
               const std::string& scratchLoc) {
     const double required = leading_decimal_number(value);
     const double swap = measured_swap(required, scratchLoc);
+    if (noted_signal() != 0)
+        return kCheckFailed;
     const bool passed = required > 0 && swap >= required;
     if (passed) {
         report("S_CHECKING_FOR_SWAP", value);

@@ -5,7 +5,8 @@
 // (prereq_driver), running commands (command_output).
 //
 // Every check says what is checked, what was found and the verdict, on the console and in the
-// install log, and returns 0 for passed and 1 for failed.
+// install log, and returns 0 for passed and 1 for failed. With a signal noted while its command ran
+// it says nothing more.
 #pragma once
 
 #include "log/install_log.h"

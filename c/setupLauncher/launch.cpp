@@ -8,6 +8,7 @@
 #include "bootstrap/bootstrap.h"
 #include "jreloc.h"
 #include "log/install_log.h"
+#include "platform/signals.h"
 #include "platform/system_names.h"
 #include "prereqchecks/prereq_driver.h"
 #include "setupLauncher/decisions.h"
@@ -131,7 +132,8 @@ std::optional<int> choose_runtime(Launch& launch, bool& bBootStrapJRE) {
         return kOk;
     }
     if (origin == RuntimeOrigin::asked && getJRELoc(launch.settings.jreDirLoc) != kOk) {
-        show("S_JRELOC_ERROR_NOCONSOLE_WIN");
+        if (noted_signal() == 0)
+            show("S_JRELOC_ERROR_NOCONSOLE_WIN");
         return kFailed;
     }
     bBootStrapJRE = origin == RuntimeOrigin::brought;
@@ -208,6 +210,8 @@ std::optional<int> bootstrap_installer(Launch& launch) {
     if (const std::optional<int> status = choose_runtime(launch, bBootStrapJRE))
         return status;
     const int result = run_bootstrap(launch, *size, bBootStrapJRE);
+    if (noted_signal() != 0)
+        return kFailed;
     apply_umask_setting(launch);
     if (result == kBootstrapFailed) {
         complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, *size);
@@ -272,7 +276,8 @@ int run_installer(Launch& launch, bool bSync) {
     return status;
 }
 
-// Every stage between the opening and the closing of the catalogue, in order.
+// Every stage between the opening and the closing of the catalogue, in order. A signal noted before
+// the installer runs ends whichever stage takes long; the status is then nobody's.
 int run_stages(Launch& launch) {
     CommandLine& command_line = launch.command_line;
     Settings& settings = launch.settings;
@@ -295,6 +300,8 @@ int run_stages(Launch& launch) {
         return kFailed;
     if (!command_line.bHelpMode)
         check_prerequisites(launch);
+    if (noted_signal() != 0)
+        return kFailed;
     if (runs_from_cd(launch)) {
         show("S_ERRORUNIXCDMOUNT");
         nls_out("\n");
@@ -320,6 +327,20 @@ int run_stages(Launch& launch) {
     return environment == kOk ? run_installer(launch, bSync) : environment;
 }
 
+// Ends the launch by the signal that was noted, after removing what the launch itself has made.
+[[noreturn]] void end_by_noted_signal(const Launch& launch) {
+    hold_signals();
+    const int number = noted_signal();
+    const std::string name = signal_name(number);
+    complain("S_LAUNCH_SIGNALLED", name, number);
+    if (PathExists(sLogLoc)) // it may have gone with the scratch directory
+        log_line(launch, "\n" + english_text("S_LAUNCH_SIGNALLED", {name, number}) + "\n");
+    closeTimeLog();
+    if (!launch.command_line.bIgnoreDelete)
+        removeMadeScratch();
+    end_by_signal(number);
+}
+
 } // namespace
 
 int main_helper(int argc, char** argv) {
@@ -333,6 +354,9 @@ int main_helper(int argc, char** argv) {
     if (nls_open(launch.command_line.arguments.front().c_str()) != kOk)
         return kNoCatalogue;
     const int status = run_stages(launch);
+    std::fflush(stdout); // whether anybody reads it is known only then
+    if (noted_signal() != 0)
+        end_by_noted_signal(launch);
     nls_close();
     return status;
 }

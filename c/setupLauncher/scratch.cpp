@@ -22,9 +22,14 @@ constexpr mode_t kScratchMode = 0750;
 // The size in megabytes that the message about a failed creation names: the bootstrap's default.
 constexpr int kDefaultBootstrapSize = 69;
 
+std::string made_scratch;
+
 // Makes `directory`; false with the system's error kept when it is taken or cannot be made.
 bool make_scratch(const std::string& directory) {
-    return mkdir(directory.c_str(), kScratchMode) == 0;
+    if (mkdir(directory.c_str(), kScratchMode) != 0)
+        return false;
+    made_scratch = directory;
+    return true;
 }
 
 } // namespace
@@ -104,6 +109,11 @@ int GetCurrentDir(std::string& pt) {
     pt = path.data();
     NormalizeDir(pt);
     return kOk;
+}
+
+void removeMadeScratch() {
+    if (!made_scratch.empty())
+        cleanupScratchPath(made_scratch);
 }
 
 void cleanupScratchPath(const std::string& pPath) {

@@ -28,5 +28,8 @@ int GetScratchPath(std::string& Spath);
 // 0, or -1 after a message.
 int GetCurrentDir(std::string& pt);
 
+// Deletes the scratch directory that GetScratchPath made for this launch, if it did.
+void removeMadeScratch();
+
 // Deletes the tree at `pPath`, itself included, without a word.
 void cleanupScratchPath(const std::string& pPath);

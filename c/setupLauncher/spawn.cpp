@@ -3,6 +3,8 @@
 #include "base/launcher_state.h"
 #include "base/status.h"
 #include "log/install_log.h"
+#include "platform/child_process.h"
+#include "platform/signals.h"
 #include "setupLauncher/argument_listing.h"
 
 #include <cerrno>
@@ -36,6 +38,7 @@ int become(const char* program, const std::vector<std::string>& arguments, std::
         // NOLINTNEXTLINE(*-const-cast): execvp does not write to them
         vector.push_back(const_cast<char*>(argument.c_str()));
     vector.push_back(nullptr);
+    give_signals_back();
     const int result = execvp(program, vector.data());
     const int error = errno;
     if (launcher_state::_bDebug)
@@ -44,14 +47,19 @@ int become(const char* program, const std::vector<std::string>& arguments, std::
     return result;
 }
 
-int wait_for_child() {
-    int status = -1; // what stays when there is nothing to wait for
-    while (wait(&status) < 0 && errno == EINTR) {
-    }
+// The exit code of the installer, which answers every signal noted meanwhile.
+int wait_for_installer(pid_t child) {
+    int status = 0;
+    if (child < 0 || !wait_for_child(status, child))
+        return kNoChildStatus;
     // A child ended by a signal has no exit code; its caller should at least read why it is gone.
-    if (status != -1 && WIFSIGNALED(status))
-        complain("S_CHILD_SIGNALLED", WTERMSIG(status));
-    return (status >> 8) & kNoChildStatus;
+    if (WIFSIGNALED(status)) {
+        const int number = WTERMSIG(status);
+        complain("S_CHILD_SIGNALLED", signal_name(number), number);
+        return kOk;
+    }
+    forget_noted_signal();
+    return WEXITSTATUS(status);
 }
 
 int start(const char* program, const std::vector<std::string>& arguments, bool sync,
@@ -60,11 +68,11 @@ int start(const char* program, const std::vector<std::string>& arguments, bool s
     // What is buffered now would otherwise be written by both processes.
     std::fflush(stdout);
     std::fflush(stderr);
-    const pid_t child = fork();
+    const pid_t child = start_child();
     if (launcher_state::_bDebug)
         write_flushed(log, english_text("S_FORK_RET", {child}));
     if (child != 0) {
-        const int result = sync ? wait_for_child() : kOk;
+        const int result = sync ? wait_for_installer(child) : kOk;
         close_log(log);
         return result;
     }

@@ -1,7 +1,11 @@
 // The child process: the Java installer is started and, when wanted, waited for.
 //
-// Owns: the fork, the listing of the vector in the install log, the exit code that comes back.
-// Leaves to others: the vector (installer_command), what happens after the child (launch).
+// Owns: the listing of the vector in the install log, the exit code that comes back. Leaves to
+// others: the vector (installer_command), the fork and the wait (platform/child_process), what
+// happens after the child (launch).
+//
+// Signals stay held once the installer has been started. One that was noted stays noted only when a
+// signal ended the installer too, or when it came before the start: then the launch ends by it.
 //
 // A child whose program cannot be started returns from here like the parent: it goes on through the
 // launch and ends with 255, which a waiting parent takes for the installer's exit code.

@@ -49,8 +49,8 @@ enum Function {
     kRmdir,
     kFork,
     kExecvp,
-    kWait,
-    kSystem,
+    kWaitpid,
+    kPipe,
     kOpendir,
     kReaddir,
     kStat,
@@ -64,7 +64,7 @@ enum Function {
 
 constexpr const char* kNames[kFunctions] = {
     "open",  "read",  "write",  "close",   "mkdir",      "chmod",   "unlink",
-    "rmdir", "fork",  "execvp", "wait",    "system",     "opendir", "readdir",
+    "rmdir", "fork",  "execvp", "waitpid", "pipe",       "opendir", "readdir",
     "stat",  "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
 };
 
@@ -268,12 +268,12 @@ int execvp(const char* file, char* const* arguments) noexcept {
     CALL(kExecvp, -1, "execvp", int (*)(const char*, char* const*), file, arguments);
 }
 
-pid_t wait(int* status) {
-    CALL(kWait, -1, "wait", pid_t(*)(int*), status);
+pid_t waitpid(pid_t child, int* status, int options) {
+    CALL(kWaitpid, -1, "waitpid", pid_t(*)(pid_t, int*, int), child, status, options);
 }
 
-int system(const char* command) {
-    CALL(kSystem, -1, "system", int (*)(const char*), command);
+int pipe(int ends[2]) noexcept {
+    CALL(kPipe, -1, "pipe", int (*)(int*), ends);
 }
 
 DIR* opendir(const char* path) {

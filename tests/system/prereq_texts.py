@@ -199,7 +199,7 @@ class Said:
         self.report("S_FAILED_PRE_REQ_1").report("S_FAILED_PRE_REQ_2")
         return self.show_plain("\n\n" if messages else "")
 
-    def assert_went_on(self, launch, home, closed_by="\n"):
+    def assert_went_on(self, launch, home, closed_by="\n", stderr=b""):
         """The launch said this and started java. A run of all phases closes
         with an empty line."""
         launch.assert_status(0)
@@ -210,7 +210,7 @@ class Said:
                     + b"INFO: " + en("S_ZUL") + b" Version 1.7.0.0.0 \n"
                     + en("S_EXECVP_ARGS", record.argv[0])
                     + b"".join(os.fsencode(text) + b"\n" for text in record.argv), "the log")
-        assert_same(launch.stderr, b"", "standard error")
+        assert_same(launch.stderr, stderr, "standard error")
 
     def assert_ended(self, launch, home, stderr=b""):
         """The launch said this and ended after naming its log."""
@@ -245,12 +245,12 @@ def checked(home, key, value, *arguments, **more):
     return home.launch("-noConsole", *arguments, **more)
 
 
-def assert_check(home, key, value, said, passed, **more):
+def assert_check(home, key, value, said, passed, stderr=b"", **more):
     launch = checked(home, key, value, **more)
     if passed:
-        said.assert_went_on(launch, home)
+        said.assert_went_on(launch, home, stderr=stderr)
     else:
-        said.required_failed().assert_ended(launch, home)
+        said.required_failed().assert_ended(launch, home, stderr)
     return launch
 
 

@@ -3,11 +3,12 @@ message, and the launch never crashes or hangs."""
 
 import pytest
 
-from harness import write_script
+from harness import en, write_script
 from prereq_texts import (OPENWIN_XDPYINFO, PKGINFO, PSRINFO, SHOWREV, SWAP, XDPYINFO, Said,
                           assert_fails, assert_passes, missing, prints)
 
 MEGABYTE = 1048576
+KILLED = en("S_COMMAND_SIGNALLED", "SIGKILL", 9, PKGINFO + " SUNWcsr")
 NO_NUL = bytes(range(1, 256)) * 16
 
 # {name of the output: (what makes the command at a path print it, whether it
@@ -26,7 +27,6 @@ USELESS = {
     "a megabyte without a line feed": (lambda path: prints(path, b"x" * MEGABYTE), False),
     "a megabyte of line feeds": (lambda path: prints(path, b"\n" * MEGABYTE), False),
     "a megabyte of commas": (lambda path: prints(path, b"," * MEGABYTE), False),
-    "ended by a signal": (lambda path: write_script(path, "kill -9 $$\n"), False),
     "failed without a word": (lambda path: write_script(path, "exit 1\n"), False),
 }
 
@@ -137,7 +137,17 @@ def test_what_follows_a_nul_is_not_read(home):
 
 def test_output_counts_when_a_signal_ends_the_command_behind_it(home):
     write_script(PKGINFO, "echo system SUNWcsr\nkill -9 $$\n")
-    assert_passes(home, "PACKAGES", "SUNWcsr", Said().packages("SUNWcsr"))
+    assert_passes(home, "PACKAGES", "SUNWcsr", stderr=KILLED + b"\n",
+                  said=Said().report("S_CHECKING_FOR_PACKAGES").plain("SUNWcsr")
+                  .record_plain(b"\n" + KILLED).verdict(True))
+
+
+def test_a_command_that_a_signal_ends_without_output_fails_the_check(home):
+    write_script(PKGINFO, "kill -9 $$\n")
+    assert_fails(home, "PACKAGES", "SUNWcsr", stderr=KILLED + b"\n",
+                 said=Said().report("S_CHECKING_FOR_PACKAGES").plain("SUNWcsr")
+                 .record_plain(b"\n" + KILLED)
+                 .found_wrong(("S_CHECK_FOR_PACKAGE_FAILED", "SUNWcsr")))
 
 
 def test_both_streams_of_a_command_are_its_output(home):

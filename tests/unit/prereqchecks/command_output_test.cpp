@@ -1,9 +1,9 @@
 #include "prereqchecks/command_output.h"
 
+#include "log/install_log.h"
 #include "unit_surroundings.h"
 #include "volume_stand_in.h"
 
-#include <csignal>
 #include <sys/resource.h>
 
 namespace {
@@ -98,11 +98,16 @@ TEST(GetCommandOutput, IsNothingWhenNoProcessCanBeStarted) {
     });
 }
 
-TEST(GetCommandOutput, IsNothingWhenTheEndOfTheCommandCannotBeAwaited) {
+TEST(GetCommandOutput, CountsWhenASignalEndsTheCommandWhichIsTold) {
+    const Catalogue catalogue{{"S_COMMAND_SIGNALLED", "[%s (%d): %s]"}};
     const TemporaryDirectory scratch;
-    const auto before = std::signal(SIGCHLD, SIG_IGN); // the system keeps no ended processes then
-    EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
-    std::signal(SIGCHLD, before);
+    const std::string command = "sh -c 'echo out; kill -KILL $$'";
+    const std::string told = "[SIGKILL (9): " + command + "]";
+    openLog(scratch.path(), scratch.file("none"), "", "/log");
+    EXPECT_EQ(complained_by([&] { EXPECT_EQ(GetCommandOutput(command, scratch.path()), "out\n"); }),
+              "<" + told + ">\n");
+    closeLog();
+    EXPECT_EQ(bytes_of(scratch.file("log.log")), "\n" + told);
 }
 
 TEST(GetCommandOutput, IsNothingWhenTheFileForItMayNotBeRead) {

@@ -1,3 +1,4 @@
+#include "platform/signals.h"
 #include "prereqchecks/prereq_fixture.h"
 #include "terminal.h"
 
@@ -362,14 +363,14 @@ TEST_F(PrereqEndTest, AClosedStandardInputRepeatsTheQuestionWithoutEnd) {
     write_file("[Generic Prereqs]\n" + kFailingProcessor);
     const ChildEnd end = end_of_child([&] {
         const StandardInput input(pipe_of(""));
-        // The system ends the process where the output has grown this far.
+        // The system sends a signal where the output has grown this far.
         const rlimit size{100000, 100000};
         setrlimit(RLIMIT_FSIZE, &size);
         checkPreReqs(
             {file, scratch, "STAMP", "/log", false, room.file("none"), false, false, false, false});
-        return 0;
+        return noted_signal();
     });
-    EXPECT_TRUE(WIFSIGNALED(end.status));
+    EXPECT_EQ(WEXITSTATUS(end.status), SIGXFSZ);
     const std::string before = failing_processor_on_console() + question_on_console();
     ASSERT_TRUE(end.out.starts_with(before));
     std::string questions = end.out.substr(before.size());
