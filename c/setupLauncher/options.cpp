@@ -288,6 +288,9 @@ CommandLine read_arguments(int argc, char** argv) {
 }
 
 void pre_scan(CommandLine& command_line) {
+    // Without an argument there is no value to take: a launcher's own path passes nothing on.
+    if (command_line.arguments.size() <= 1)
+        return;
     std::string joined;
     for (const std::string& argument : command_line.arguments)
         joined += argument + " ";

@@ -70,7 +70,8 @@ std::string_view option_in(const std::string& argument, bool has_next);
 // The same for the look at the whole line, whose names may stand anywhere in it.
 std::string_view handed_on_name_in(std::string_view line);
 
-// Takes the values that a parent launcher passes on, anywhere in the joined line.
+// Takes the values that a parent launcher passes on, anywhere in the joined line, argument 0
+// included; nothing from a line that is argument 0 alone.
 void pre_scan(CommandLine& command_line);
 
 // Scans every argument, argument 0 included, into `command_line` and the launch state. 0, or -1

@@ -490,9 +490,27 @@ TEST_F(OptionsTest, TheNamesOfThePreScanAreFoundInsideLongerArguments) {
 
 TEST_F(OptionsTest, ThePreScanLooksIntoArgument0) {
     CommandLine command_line;
-    command_line.arguments = {"/s-timestampX/setupLauncher"};
+    command_line.arguments = {"/s-timestampX/setupLauncher", "-silent"};
     pre_scan(command_line);
     EXPECT_EQ(state::gsTimeStamp, "X/setupLauncher");
+}
+
+TEST_F(OptionsTest, ThePreScanTakesNothingFromAPathWithoutArguments) {
+    for (const char* name : {"-timestamp", "-paramFile", "-rscratchPath", "-shipHomeLoc",
+                             "-rstartupLoc", "-rtimestamp"}) {
+        CommandLine command_line;
+        command_line.arguments = {std::string("/opt/a") + name + "/bin/setupLauncher"};
+        const std::string before = state::gsTimeStamp;
+        pre_scan(command_line);
+        EXPECT_EQ(state::gsTimeStamp, before) << name;
+        EXPECT_EQ(command_line.sParamFile + command_line.sAlternativeScratch +
+                      command_line.sAlternativeStartupLoc,
+                  "")
+            << name;
+        EXPECT_FALSE(command_line.bScratchPath || command_line.bShipHomeLocation ||
+                     command_line.bStartupLocation)
+            << name;
+    }
 }
 
 TEST_F(OptionsTest, TheScanSeesTheArgumentsOfThePreScanAgain) {
