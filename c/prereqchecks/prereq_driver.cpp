@@ -10,11 +10,13 @@
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 
 namespace {
 
 constexpr int kLongestValue = 1024;
 constexpr std::size_t kLongestAnswer = 1023; // with its line feed; the rest is the next answer
+constexpr int kRepetitionMilliseconds = 1000;
 
 enum class Phases {
     all,
@@ -157,7 +159,8 @@ void end_launch() {
 }
 
 // Asks until the answer begins with y, or with n or is an empty line. The end of the input is no
-// answer: the question then repeats. A signal ends the asking.
+// answer: the question then repeats, once a second, so that nobody's log fills a disk overnight. A
+// signal ends the asking.
 bool operator_goes_on(const std::string& question, const std::string& english_question) {
     std::string answer;
     for (;;) {
@@ -167,8 +170,10 @@ bool operator_goes_on(const std::string& question, const std::string& english_qu
         const bool answered = read_console_line(answer, kLongestAnswer);
         if (noted_signal() != 0)
             return false;
-        if (!answered)
+        if (!answered) {
+            poll(nullptr, 0, kRepetitionMilliseconds); // which a signal ends early
             continue;
+        }
         if (answer.starts_with('y') || answer.starts_with('Y'))
             return true;
         if (answer.empty() || answer.starts_with('n') || answer.starts_with('N'))

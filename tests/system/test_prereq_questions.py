@@ -1,6 +1,8 @@
 """The two questions of the prerequisite checks: every answer, terminals, and
 standard input that ends or is closed."""
 
+import time
+
 import pytest
 
 from harness import assert_same, de, en
@@ -223,18 +225,20 @@ def test_a_terminal_shows_the_warnings_question_before_it_waits_for_the_answer(h
 
 # ---- no more input --------------------------------------------------------
 
-LIMIT = 50_000
+ASKED = 3
 
 
-def assert_repeats(launch, said, question, recorded):
-    """The question, after what was said, until the output was cut off."""
-    assert len(launch.stdout) == LIMIT and launch.status != 0
+def repeated(home, said, question, recorded, stdin, **options):
+    """A launch whose question repeats at the end of its input, once a second, until
+    somebody ends it; a line before the end is answered at once."""
     opening = said.started() + said.console
-    assert_same(launch.stdout, (opening + question * (LIMIT // len(question) + 1))[:LIMIT])
-    log = launch.log.partition(said.log)[2]
-    count = len(log) // len(recorded)
-    assert count >= (LIMIT - len(opening)) // len(question)
-    assert log == recorded * count + recorded[:len(log) % len(recorded)]
+    before = time.monotonic()
+    launch = home.launch(read_at_most=len(opening + question * ASKED), stdin=stdin, **options)
+    passed = time.monotonic() - before
+    seconds = ASKED - 1 - (stdin or b"").count(b"\n")
+    assert seconds <= passed < seconds + 4 and launch.status != 0
+    assert_same(launch.stdout, opening + question * ASKED)
+    assert_same(launch.log.partition(said.log)[2], recorded * ASKED)
     assert not launch.running and launch.record is None
 
 
@@ -242,22 +246,20 @@ def assert_repeats(launch, said, question, recorded):
                          ids=["ended", "closed", "ended after a line"])
 def test_the_end_of_the_input_repeats_the_question_without_end(home, stdin):
     home.ini((GENERIC, FAILING))
-    launch = home.launch(stdin=stdin, read_at_most=LIMIT)
     question = en("S_CONTINUE")
-    assert_repeats(launch, failed().required_failed(), question, question)
+    repeated(home, failed().required_failed(), question, question, stdin=stdin)
 
 
 @pytest.mark.parametrize("stdin", [b"", None], ids=["ended", "closed"])
 def test_the_end_of_the_input_repeats_the_warnings_question_without_end(home, stdin):
     uncertified(home)
-    launch = home.launch(stdin=stdin, read_at_most=LIMIT)
-    assert_repeats(launch, warned(), QUESTION, QUESTION)
+    repeated(home, warned(), QUESTION, QUESTION, stdin=stdin)
 
 
 def test_the_question_repeats_in_the_operators_language_and_in_the_log_in_english(home, german):
     home.ini((GENERIC, FAILING))
-    launch = home.launch(stdin=b"", env=german, read_at_most=LIMIT)
-    assert_repeats(launch, failed(Said(de)).required_failed(), de("S_CONTINUE"), en("S_CONTINUE"))
+    repeated(home, failed(Said(de)).required_failed(), de("S_CONTINUE"), en("S_CONTINUE"),
+             stdin=b"", env=german)
 
 
 def test_launches_that_ask_nothing_need_no_input(home):
