@@ -32,6 +32,18 @@ void value_after(std::string_view name, const char* command_line, std::string_vi
     value = trimmed(line.substr(start, end - start));
 }
 
+// Makes `path` where it is missing. Whether it can be used then; if not, errno says why, and for
+// what could not be made, why that is so.
+bool make_usable(const std::string& path) {
+    const int made = mkdir(path.c_str(), kNewDirectoryMode);
+    const int error = errno;
+    if (allows_all_access(path))
+        return true;
+    if (made != 0 && error != EEXIST)
+        errno = error;
+    return false;
+}
+
 } // namespace
 
 void ConcatPath(std::string& path, std::string_view dirName) {
@@ -89,11 +101,10 @@ bool PathWritable(const char* pt) {
             const std::string grandparent = cut_at_last_slash(parent);
             if (!grandparent.empty() && grandparent != parent && !PathWritable(grandparent))
                 return false;
-            mkdir(parent.c_str(), kNewDirectoryMode);
-            if (!allows_all_access(parent))
+            if (!make_usable(parent))
                 return false;
         }
-        mkdir(path.c_str(), kNewDirectoryMode);
+        return make_usable(path);
     }
     return allows_all_access(path);
 }

@@ -36,7 +36,7 @@ inline bool PathExists(const std::string& pt) {
 }
 
 // Whether this user may read, write and search `pt`. Missing directories are created on the way
-// (mode 0777 less the mask), every ancestor included.
+// (mode 0777 less the mask), every ancestor included. If not, errno says why.
 bool PathWritable(const char* pt);
 inline bool PathWritable(const std::string& pt) {
     return PathWritable(pt.c_str());

@@ -5,11 +5,15 @@
 #include "base/paths.h"
 #include "base/status.h"
 #include "base/text.h"
+#include "bootstrap/needs.h"
 #include "bootstrap/report.h"
 #include "bootstrap/stage_layout.h"
 #include "bootstrap/tree.h"
 #include "log/install_log.h"
+#include "log/reasons.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -28,6 +32,8 @@ struct Selection {
     bool tessel = false;
     bool jre = false;
 };
+
+BootstrapFailure failure{"", ""};
 
 timeval now() {
     timeval moment{};
@@ -63,14 +69,57 @@ void resolve_component(std::string& location, const std::string& root, const cha
         location = highest_payload_of(root, name);
 }
 
-int unpack(const BootstrapInput& input, const std::string& payload, const std::string& unzip_dir) {
-    return input.bNoBootStrap ? kOk : CopyJars(payload, input.tempLoc, unzip_dir);
+int fail_at(const char* step, const std::string& component) {
+    failure = {step, component};
+    return kFailed;
+}
+
+// Says what of the scratch directory keeps archives from being unpacked, if anything does. Its
+// `room` was taken before: what a broken-off unzip has left there takes room, too.
+void explain_unpacking(const BootstrapInput& input, const std::string& payload, const Room& room) {
+    const Need need = need_of_archives(payload, room.block);
+    if (is_short_of(room, need))
+        complain_of_room(input.tempLoc, room, need, ENOSPC);
+    else
+        complain_of_place(input.tempLoc, refusal_of_a_file_in(input.tempLoc), need);
+}
+
+// Unpacks component `name`.
+int unpack(const BootstrapInput& input, const std::string& name, const std::string& payload,
+           const std::string& unzip_dir) {
+    if (input.bNoBootStrap)
+        return kOk;
+    const Room room = room_at(input.tempLoc);
+    if (CopyJars(payload, input.tempLoc, unzip_dir) == kOk)
+        return kOk;
+    explain_unpacking(input, payload, room);
+    return fail_at("S_STEP_UNPACKING", name);
+}
+
+// Copies a tree without which the installer cannot do, and says why that fails.
+int copy_needed_tree(const BootstrapInput& input, const std::string& source,
+                     const std::string& dest) {
+    if (copy_tree(source, dest) == kOk)
+        return kOk;
+    const CopyFailure& copy = last_copy_failure();
+    complain_of_place(copy.path, copy.error, need_of_tree(source, room_at(input.tempLoc).block));
+    return fail_at("S_STEP_COPYING", source);
+}
+
+// Says that the scratch directory has less room than the parameter file asks for.
+void complain_of_shortfall(const BootstrapInput& input) {
+    const Need need{static_cast<std::uint64_t>(input.lBootStrapSz) << 10, kUsualBootstrapFiles};
+    if (PathExists(input.tempLoc))
+        complain_of_room(input.tempLoc, room_at(input.tempLoc), need, ENOSPC);
+    else
+        complain_of_place(input.tempLoc, errno, need);
+    fail_at("S_STEP_SPACE", "BOOTSTRAP_SIZE");
 }
 
 // Unpacks a known component and logs its time.
 int unpack_known(const BootstrapInput& input, const std::string& payload, const char* name,
                  const timeval& start) {
-    if (unpack(input, payload, input.startupLocOriginal) != kOk)
+    if (unpack(input, name, payload, input.startupLocOriginal) != kOk)
         return kFailed;
     log_time(kKnownTimeLine, name, start);
     return kOk;
@@ -112,7 +161,7 @@ int take_component_list(const BootstrapInput& input, const std::string& root,
             continue;
         }
         const timeval start = now();
-        if (unpack(input, payload, input.startupLoc) != kOk)
+        if (unpack(input, name, payload, input.startupLoc) != kOk)
             return kFailed;
         log_time(kListedTimeLine, name, start);
     }
@@ -139,8 +188,9 @@ bool given_runtime_is_usable(const BootstrapInput& input) {
     return !entries.names.empty();
 }
 
-int copy_and_rewrite(std::string& location, const std::string& scratch_location) {
-    if (copy_tree(location, scratch_location) != kOk)
+int copy_and_rewrite(const BootstrapInput& input, std::string& location,
+                     const std::string& scratch_location) {
+    if (copy_needed_tree(input, location, scratch_location) != kOk)
         return kFailed;
     location = scratch_location;
     return kOk;
@@ -148,14 +198,15 @@ int copy_and_rewrite(std::string& location, const std::string& scratch_location)
 
 int run_copy_mode(const BootstrapInput& input) {
     const std::string zul = in_scratch(input, "zul");
-    if (input.bBootStrapJRE && copy_and_rewrite(input.jreStgLoc, in_scratch(input, "jre")) != kOk)
+    if (input.bBootStrapJRE &&
+        copy_and_rewrite(input, input.jreStgLoc, in_scratch(input, "jre")) != kOk)
         return kBootstrapFailed;
     for (std::string* location :
          {&input.zulStgLoc, &input.zulCoreStgLoc, &input.zulCoreMinStgLoc}) {
-        if (copy_and_rewrite(*location, zul) != kOk)
+        if (copy_and_rewrite(input, *location, zul) != kOk)
             return kBootstrapFailed;
     }
-    if (copy_and_rewrite(input.tesselStgLoc, in_scratch(input, "Tessel")) != kOk)
+    if (copy_and_rewrite(input, input.tesselStgLoc, in_scratch(input, "Tessel")) != kOk)
         return kBootstrapFailed;
     return kBootstrapDone;
 }
@@ -171,7 +222,7 @@ int bring_runtime(const BootstrapInput& input, const std::string& root) {
             payload = highest_payload_of(root, kDevelopmentKit);
             if (!PathExists(payload)) {
                 show("S_JRELOC_ERROR_NOCONSOLE_WIN");
-                return kFailed;
+                return fail_at("S_STEP_RUNTIME", kRuntime);
             }
             is_jdk = true;
         }
@@ -184,29 +235,32 @@ int bring_runtime(const BootstrapInput& input, const std::string& root) {
     const DirectoryEntries entries = directory_entries(input.jreStgLoc);
     if (!entries.opened) {
         show("S_EROPEN", input.jreStgLoc);
-        return kFailed;
+        return fail_at("S_STEP_RUNTIME", kRuntime);
     }
     if (entries.names.empty()) {
         if (entries.empty)
             show("S_ERFINDFILE");
         else
             show("S_ERJRE_MISSING");
-        return kFailed;
+        return fail_at("S_STEP_RUNTIME", kRuntime);
     }
     input.jreStgLoc =
         is_jdk ? input.tempLoc + "/jdk/" : input.tempLoc + "/jre/" + entries.names.front();
     return kOk;
 }
 
-// The two core components: a failure to unpack leaves the stage location and goes on.
+// The two core components: a failure to unpack leaves the stage location and goes on, with a word
+// of it, so that nobody takes half an installer for a whole one.
 void bring_core(const BootstrapInput& input, const std::string& root, const char* name,
                 std::string& location, bool has_expanded_tree, int& result) {
     const timeval start = now();
     resolve_component(location, root, name);
     if (has_expanded_tree)
         copy_tree(joined_path(location, kExpanded), input.tempLoc);
-    if (unpack_known(input, location, name, start) != kOk)
+    if (unpack_known(input, location, name, start) != kOk) {
+        complain("S_CORE_NOT_UNPACKED", name, location);
         return;
+    }
     location = in_scratch(input, "zul");
     result = kBootstrapDone;
 }
@@ -244,7 +298,7 @@ int copy_access_files(const BootstrapInput& input) {
     if (input.access.empty())
         return kOk;
     const timeval start = now();
-    if (!input.bNoBootStrap && copy_tree(input.access, input.tempLoc) != kOk)
+    if (!input.bNoBootStrap && copy_needed_tree(input, input.access, input.tempLoc) != kOk)
         return kFailed;
     log_time(kKnownTimeLine, "Access Files", start);
     return kOk;
@@ -300,7 +354,7 @@ int bring_everything(const BootstrapInput& input) {
     if (launcher_state::_bPrintTime)
         closeTimeLog();
     if (!input.prereqConfigLoc.empty()) {
-        if (copy_and_rewrite(input.prereqConfigLoc, in_scratch(input, "prereq")) != kOk)
+        if (copy_and_rewrite(input, input.prereqConfigLoc, in_scratch(input, "prereq")) != kOk)
             return kBootstrapFailed;
         result = kBootstrapDone;
     }
@@ -325,5 +379,18 @@ int doBootStrap(const BootstrapInput& input) {
         copy_extra_directories(input);
     logBootStrapInformation(input.tempLoc);
     closeLog();
+    if (!has_room)
+        complain_of_shortfall(input);
     return result;
+}
+
+const BootstrapFailure& last_bootstrap_failure() {
+    return failure;
+}
+
+bool names_runtime(const std::vector<std::string>& components) {
+    return std::any_of(components.begin(), components.end(), [](const std::string& entry) {
+        const std::vector<std::string> pieces = split(entry, ":");
+        return !pieces.empty() && pieces[0] == kRuntime;
+    });
 }

@@ -44,6 +44,20 @@ struct BootstrapInput {
     bool bShipHomeLocation; // work in startupLocOriginal, end in startupLoc
 };
 
+// The step at which a bootstrap failed, by the key of its name, and what was to be brought then: a
+// component, a directory, or the setting that was not met.
+struct BootstrapFailure {
+    const char* step;
+    std::string component;
+};
+
 // Runs the bootstrap. 10 done; 0 when component mode selected no installer component and nothing
-// else was brought; 30 failed.
+// else was brought; 30 failed. Where room or a place that cannot be written is the reason, that is
+// said here.
 int doBootStrap(const BootstrapInput& input);
+
+// Of the last bootstrap that failed.
+const BootstrapFailure& last_bootstrap_failure();
+
+// Whether the runtime is among the components of a list as in BootstrapInput.
+bool names_runtime(const std::vector<std::string>& components);

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
+#include <optional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -25,6 +26,32 @@ namespace {
 constexpr std::size_t kCopyPiece = 1024;
 // The streams read and write this much at a time, so that small pieces cost no system calls.
 constexpr std::size_t kStreamBuffer = std::size_t{128} * 1024;
+
+CopyFailure copy_failure;
+
+int fail_copy(const std::string& path, int error) {
+    copy_failure = {path, error};
+    return kFailed;
+}
+
+// The status of a copy for which nothing is to be opened; none when the file is to be copied.
+std::optional<int> settled_without_copying(const char* source, const char* dest) {
+    struct stat from {};
+    struct stat to {};
+    if (stat(source, &from) != 0)
+        return std::nullopt;
+    if (!S_ISREG(from.st_mode) && !S_ISDIR(from.st_mode)) {
+        complain("S_FILE_PASSED_OVER", source);
+        return kOk;
+    }
+    if (stat(dest, &to) != 0)
+        return std::nullopt;
+    if (from.st_dev == to.st_dev && from.st_ino == to.st_ino)
+        return kOk; // opening it for writing would empty it
+    if (S_ISFIFO(to.st_mode))
+        return fail_copy(dest, EEXIST); // nobody may ever read from it
+    return std::nullopt;
+}
 
 // Copies until the end of `in`; false as soon as less is written than was read or a signal is
 // noted.
@@ -40,23 +67,29 @@ bool copy_stream(std::FILE* in, std::FILE* out) {
 }
 
 int copy_tree(const std::string& source, const std::string& dest) {
+    const DirectoryIdentity root = directory_identity(source);
+    if (root != DirectoryIdentity{} && root == directory_identity(dest))
+        return kOk;
     TreeWalk walk = walk_over(source);
     std::string here;
+    int not_made = 0; // why `here` is not there
     while (noted_signal() == 0 && next_step(walk)) {
         if (walk.step == WalkStep::kDirectoryOpened) {
             here = path_in_list(walk, walk.directory, dest);
-            mkdir(here.c_str(), kMadeDirectoryMode);
+            not_made = mkdir(here.c_str(), kMadeDirectoryMode) == 0 || errno == EEXIST ? 0 : errno;
             if (walk.directory == 0)
                 walk.left_out = directory_identity(dest); // it may lie in the source
         } else if (walk.step == WalkStep::kFile &&
                    copyFile(entry_path(walk).c_str(), joined_path(here, walk.name).c_str()) !=
                        kOk) {
             end_walk(walk);
-            return kFailed;
+            return not_made != 0 ? fail_copy(here, not_made) : kFailed;
         }
     }
     end_walk(walk);
-    return walk.incomplete || noted_signal() != 0 ? kFailed : kOk;
+    if (noted_signal() != 0)
+        return kFailed;
+    return walk.incomplete != 0 ? fail_copy(source, walk.incomplete) : kOk;
 }
 
 void delete_tree(const std::string& root) {
@@ -117,16 +150,28 @@ int CopyDirRecursive(const char* source, const char* dest) {
     return kOk;
 }
 
+const CopyFailure& last_copy_failure() {
+    return copy_failure;
+}
+
 int copyFile(const char* source, const char* dest) {
+    if (const std::optional<int> settled = settled_without_copying(source, dest))
+        return *settled;
     static std::vector<char> in_buffer(kStreamBuffer);
     static std::vector<char> out_buffer(kStreamBuffer);
     std::FILE* in = std::fopen(source, "r");
+    if (in == nullptr)
+        fail_copy(source, errno);
     std::FILE* out = std::fopen(dest, "w+");
+    if (out == nullptr)
+        fail_copy(dest, errno);
     bool copied = false;
     if (in != nullptr && out != nullptr) {
         std::setvbuf(in, in_buffer.data(), _IOFBF, in_buffer.size());
         std::setvbuf(out, out_buffer.data(), _IOFBF, out_buffer.size());
         copied = copy_stream(in, out);
+        if (!copied)
+            fail_copy(std::ferror(in) != 0 ? source : dest, errno);
     }
     if (in != nullptr)
         std::fclose(in);
@@ -134,8 +179,11 @@ int copyFile(const char* source, const char* dest) {
         chmod(dest, kCopiedFileMode); // what is there and could not be opened
     else
         fchmod(fileno(out), kCopiedFileMode);
-    if (out != nullptr && std::fclose(out) != 0)
+    if (out != nullptr && std::fclose(out) != 0) {
+        if (copied)
+            fail_copy(dest, errno);
         copied = false;
+    }
     return copied ? kOk : kFailed;
 }
 

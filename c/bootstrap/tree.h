@@ -4,6 +4,9 @@
 // Leaves to others: which trees, and what is said when a copy fails (bootstrap); the way through a
 // tree (tree_walk).
 //
+// A file or directory that is its own destination, by whatever path, stays as it is. Pipes, sockets
+// and devices are never opened for copying.
+//
 // Links are followed. Only one that leads back to a directory in which it lies is not: a copy
 // leaves it out, a deletion removes it as a mere link, and a change of modes changes that directory
 // alone.
@@ -28,8 +31,16 @@ inline constexpr mode_t kHighestMode = 0777;
 // not end a deletion.
 int CopyDirRecursive(const char* source, const char* dest);
 
-// Copies one file; `dest` is emptied even when `source` cannot be read. 0 or -1.
+// Copies one file; `dest` is emptied even when `source` cannot be read. 0 or -1. A pipe, socket or
+// device is passed over with a message that names it: 0.
 int copyFile(const char* source, const char* dest);
+
+// Where the last copy that failed did so, and the system's error number.
+struct CopyFailure {
+    std::string path;
+    int error;
+};
+const CopyFailure& last_copy_failure();
 
 // Gives `p_strFilePath` the mode, and with `p_bRecursive` above 0 everything below it. A path that
 // cannot be changed is named on standard error with the system's reason.

@@ -44,7 +44,7 @@ void read_entries(TreeWalk& walk) {
     walk.next_entry = 0;
     ++walk.pieces_read;
     if (!next_entries(walk.entries, walk.stream) && errno != 0)
-        walk.incomplete = true;
+        walk.incomplete = errno;
 }
 
 // The same for a directory that waited: reads past what was read before.

@@ -53,8 +53,9 @@ struct TreeWalk {
     // A directory is done whole before the entry after it; set before the first step.
     bool depth_first = false;
 
-    // A directory could not be read to its end, so not everything was met.
-    bool incomplete = false;
+    // The error number of a directory that could not be read to its end, so that not everything was
+    // met; else 0.
+    int incomplete = 0;
 
     // The walk's own.
     std::string root;

@@ -1,5 +1,6 @@
 #include "nls/catalogue.h"
 
+#include "base/obstacle.h"
 #include "nls/format.h"
 #include "utils.h"
 
@@ -130,6 +131,15 @@ void open_converter() {
     std::fputs("\" for NLS!\n", stderr);
 }
 
+// The directory stands beside the path that the launcher was called by, whatever file that is.
+void say_where_catalogues_lie() {
+    std::fputs("It was looked for in the directory ", stderr);
+    std::fputs(whole_path(resource_directory).c_str(), stderr);
+    std::fputs(". A launcher that is found through the search path or started through a link looks "
+               "there, not beside its own file: start it by its full path.\n",
+               stderr);
+}
+
 } // namespace
 
 const char* nls_resdir(const char* cmd) {
@@ -193,6 +203,7 @@ int nls_open(const char* cmd) {
     }
     if (!any) {
         std::fputs("\nERROR: Could not read any NLS message catalogue!\n", stderr);
+        say_where_catalogues_lie();
         return 1;
     }
     return 0;

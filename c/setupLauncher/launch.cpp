@@ -8,6 +8,7 @@
 #include "bootstrap/bootstrap.h"
 #include "jreloc.h"
 #include "log/install_log.h"
+#include "platform/program_start.h"
 #include "platform/signals.h"
 #include "platform/system_names.h"
 #include "prereqchecks/prereq_driver.h"
@@ -20,6 +21,7 @@
 #include "setupLauncher/scratch.h"
 #include "setupLauncher/settings.h"
 #include "setupLauncher/spawn.h"
+#include "setupLauncher/start_failure.h"
 
 #include <cstdlib>
 #include <optional>
@@ -45,6 +47,9 @@ struct Launch {
     std::string StartupLocOriginal;
     std::string imageLoc;
     std::string sZULVersionLogMsg;
+    // A relative -rscratchPath as it was given, and the place that it means; else both are empty.
+    std::string given_scratch;
+    std::string scratch_place;
     bool bUseJreLoc = false;
 };
 
@@ -55,6 +60,43 @@ void log_line(const Launch& launch, const std::string& text) {
     closeLog();
 }
 
+// Takes the scratch directory that a parent launcher passes on. A relative one is meant in the
+// directory in which the launch began, which is left soon.
+void use_given_scratch(Launch& launch, bool have_current) {
+    const std::string& given = launch.command_line.sAlternativeScratch;
+    std::string& scratch = launch.settings.scratchLoc;
+    scratch = given;
+    if (given.empty() || given.starts_with('/') || !have_current)
+        return;
+    launch.given_scratch = given;
+    launch.scratch_place = scratch = launch.curDir + "/" + given;
+}
+
+// `text` with the scratch directory as it was given, wherever it stands as a path of its own.
+std::string with_given_scratch(const Launch& launch, std::string text) {
+    const std::string& place = launch.scratch_place;
+    if (place.empty())
+        return text;
+    for (std::size_t at = text.find(place); at != std::string::npos; at = text.find(place, at)) {
+        const std::size_t end = at + place.size();
+        if (end == text.size() || text[end] == '/' || text[end] == ':') {
+            text.replace(at, place.size(), launch.given_scratch);
+            at += launch.given_scratch.size();
+        } else {
+            at = end;
+        }
+    }
+    return text;
+}
+
+// The installer is given the scratch directory as the launcher was. The program stays as the system
+// finds it from any directory, and what the operator typed stays as typed.
+void hand_on_given_scratch(const Launch& launch, std::vector<std::string>& args) {
+    const std::size_t typed = pass_through_arguments(launch.command_line).size();
+    for (std::size_t i = 1; i + typed < args.size(); ++i)
+        args[i] = with_given_scratch(launch, args[i]);
+}
+
 void find_startup_location(Launch& launch) {
     const CommandLine& command_line = launch.command_line;
     Settings& settings = launch.settings;
@@ -62,7 +104,7 @@ void find_startup_location(Launch& launch) {
     decide_start_location(command_line, launch.curDir, have_current, settings,
                           launch.StartupLocOriginal);
     if (command_line.bScratchPath)
-        settings.scratchLoc = command_line.sAlternativeScratch;
+        use_given_scratch(launch, have_current);
 }
 
 // The result is acted on only after the prerequisites: they run without a parameter file too.
@@ -180,6 +222,16 @@ int run_bootstrap(Launch& launch, long bootstrap_size, bool bBootStrapJRE) {
     return result;
 }
 
+// Whether the bootstrap puts the runtime that starts the installer into the scratch directory.
+bool runtime_will_lie_in_scratch(const Launch& launch, bool bBootStrapJRE) {
+    const Settings& settings = launch.settings;
+    const CommandLine& command_line = launch.command_line;
+    return state::_bDistribution && bBootStrapJRE && !command_line.bBootStrapOnly &&
+           !command_line.bNoBootStrap &&
+           (settings.sBootStrapComps.empty() || names_runtime(settings.sBootStrapComps) ||
+            !settings.jreFullLoc.empty());
+}
+
 void apply_umask_setting(const Launch& launch) {
     GetParamInformation(kMaskKey, state::sUmask, "", launch.settings.paramFileLocation,
                         kWholeValue);
@@ -209,12 +261,22 @@ std::optional<int> bootstrap_installer(Launch& launch) {
     bool bBootStrapJRE = true;
     if (const std::optional<int> status = choose_runtime(launch, bBootStrapJRE))
         return status;
+    if (runtime_will_lie_in_scratch(launch, bBootStrapJRE)) {
+        // Better now than after minutes of unpacking.
+        const std::string& scratch = launch.settings.scratchLoc;
+        if (const int refusal = refusal_of_programs_in(scratch); refusal != 0) {
+            complain_of_refusal(scratch, refusal);
+            return kFailed;
+        }
+    }
     const int result = run_bootstrap(launch, *size, bBootStrapJRE);
     if (noted_signal() != 0)
         return kFailed;
     apply_umask_setting(launch);
     if (result == kBootstrapFailed) {
-        complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, *size);
+        const BootstrapFailure& failure = last_bootstrap_failure();
+        complain("S_BOOTSTRAP_FAILED", launch.settings.scratchLoc, localised_text(failure.step),
+                 failure.component);
         return kFailed;
     }
     return std::nullopt;
@@ -246,9 +308,9 @@ int start_installer(const Launch& launch, const std::vector<std::string>& args, 
     closeLog();
     for (const std::string& ext : {settings.extLibString, settings.extBinString}) {
         if (!ext.empty())
-            addExtPath(settings.scratchLoc.c_str(), ext.c_str());
+            addExtPath(with_given_scratch(launch, settings.scratchLoc).c_str(), ext.c_str());
     }
-    return valid == kOk ? SpawnProcess(args, bSync) : valid;
+    return valid == kOk ? SpawnProcess(args, bSync, settings.scratchLoc) : valid;
 }
 
 // Composes the command, runs the installer and removes the scratch directory after it.
@@ -257,7 +319,8 @@ int run_installer(Launch& launch, bool bSync) {
     const std::string& scratch = launch.settings.scratchLoc;
     InstallerCommandInput input{launch.locations, launch.settings,  command_line,
                                 launch.curDir,    launch.osVersion, launch.bUseJreLoc};
-    const std::vector<std::string> args = compose_installer_command(input);
+    std::vector<std::string> args = compose_installer_command(input);
+    hand_on_given_scratch(launch, args);
 
     int status = kOk;
     if (!command_line.bBootStrapOnly && !IsJrePresent(launch.locations.jreLoc.c_str())) {
@@ -271,7 +334,8 @@ int run_installer(Launch& launch, bool bSync) {
     }
     if (status == kOk)
         status = start_installer(launch, args, bSync);
-    if (bSync && !command_line.bIgnoreDelete)
+    // A relative place that could not be fixed when the launch began may be any directory by now.
+    if (bSync && !command_line.bIgnoreDelete && scratch.starts_with('/'))
         cleanupScratchPath(scratch);
     return status;
 }

@@ -5,6 +5,7 @@
 #include "base/status.h"
 #include "bootstrap/tree.h"
 #include "log/install_log.h"
+#include "log/reasons.h"
 
 #include <array>
 #include <cerrno>
@@ -19,8 +20,6 @@ namespace {
 constexpr const char* kLastResort = "/tmp";
 constexpr const char* kScratchPrefix = "TalInstall";
 constexpr mode_t kScratchMode = 0750;
-// The size in megabytes that the message about a failed creation names: the bootstrap's default.
-constexpr int kDefaultBootstrapSize = 69;
 
 std::string made_scratch;
 
@@ -30,6 +29,11 @@ bool make_scratch(const std::string& directory) {
         return false;
     made_scratch = directory;
     return true;
+}
+
+void complain_of_creation(const std::string& directory, int error) {
+    complain("S_ERBOOTSTRAP", directory, kUsualBootstrapMegabytes);
+    complain_of_place(directory, error, kUsualNeed);
 }
 
 } // namespace
@@ -68,7 +72,9 @@ int GetScratchPath(std::string& Spath) {
     std::string base;
     GetTempDir(base);
     if (!PathWritable(base)) {
+        const int error = errno;
         complain("S_ERPERDIR", base);
+        complain_of_place(base, error, kUsualNeed);
         return kFailed;
     }
     if (launcher_state::_bPrereqSession && launcher_state::prereqLogLocation.empty())
@@ -83,7 +89,7 @@ int GetScratchPath(std::string& Spath) {
             }
             // Another launch may have taken the name since the look at it.
             if (errno != EEXIST) {
-                complain("S_ERBOOTSTRAP", candidate, kDefaultBootstrapSize);
+                complain_of_creation(candidate, errno);
                 return kFailed;
             }
         }
@@ -92,7 +98,7 @@ int GetScratchPath(std::string& Spath) {
     // The launch has failed, but the one name more is tried all the same.
     complain("S_ERPERDIR", scratch_name(base, 0));
     if (!make_scratch(candidate))
-        complain("S_ERBOOTSTRAP", candidate, kDefaultBootstrapSize);
+        complain_of_creation(candidate, errno);
     return kFailed;
 }
 

@@ -4,11 +4,14 @@
 #include "base/status.h"
 #include "log/install_log.h"
 #include "platform/child_process.h"
+#include "platform/program_start.h"
 #include "platform/signals.h"
 #include "setupLauncher/argument_listing.h"
+#include "setupLauncher/start_failure.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,25 +29,18 @@ void close_log(std::FILE* log) {
         std::fclose(log);
 }
 
-// Becomes the program; comes back with -1 and the system's error number only when that fails.
-int become(const char* program, const std::vector<std::string>& arguments, std::FILE* log) {
+// Lists the arguments and becomes the program; comes back only when that fails.
+StartFailure become(const char* program, const std::vector<std::string>& arguments,
+                    std::FILE* log) {
     const std::string first = arguments.empty() ? std::string() : arguments.front();
     write_flushed(log, english_text("S_EXECVP_ARGS", {first}));
     for (const std::string& argument : arguments)
         write_flushed(log, argument + "\n");
-    std::vector<char*> vector;
-    vector.reserve(arguments.size() + 1);
-    for (const std::string& argument : arguments)
-        // NOLINTNEXTLINE(*-const-cast): execvp does not write to them
-        vector.push_back(const_cast<char*>(argument.c_str()));
-    vector.push_back(nullptr);
     give_signals_back();
-    const int result = execvp(program, vector.data());
-    const int error = errno;
+    StartFailure failure = become_program(program, arguments);
     if (launcher_state::_bDebug)
-        write_flushed(log, english_text("S_EXECVP_RET", {result}) + "\n");
-    errno = error;
-    return result;
+        write_flushed(log, english_text("S_EXECVP_RET", {kFailed}) + "\n");
+    return failure;
 }
 
 // The exit code of the installer, which answers every signal noted meanwhile.
@@ -62,36 +58,46 @@ int wait_for_installer(pid_t child) {
     return WEXITSTATUS(status);
 }
 
-int start(const char* program, const std::vector<std::string>& arguments, bool sync,
-          bool report_failure) {
+// What a start is, beside program and vector.
+struct Start {
+    bool sync;
+    bool report_failure;
+    std::string scratch;
+};
+
+int start(const char* program, const std::vector<std::string>& arguments, const Start& how) {
     std::FILE* log = open_for_appending(sLogLoc);
     // What is buffered now would otherwise be written by both processes.
     std::fflush(stdout);
     std::fflush(stderr);
     const pid_t child = start_child();
+    const int fork_error = errno;
     if (launcher_state::_bDebug)
         write_flushed(log, english_text("S_FORK_RET", {child}));
+    if (child < 0 && how.report_failure && noted_signal() == 0)
+        complain("S_FORK_FAILED", std::strerror(fork_error));
     if (child != 0) {
-        const int result = sync ? wait_for_installer(child) : kOk;
+        const int result = how.sync ? wait_for_installer(child) : kOk;
         close_log(log);
         return result;
     }
-    const int result = become(program, arguments, log);
-    const int error = errno;
+    const StartFailure failure = become(program, arguments, log);
     close_log(log);
-    if (report_failure && result == kFailed)
-        complain("S_ERGOSLST", "CreateZULProcess()", error);
-    return result;
+    if (how.report_failure) {
+        complain("S_ERGOSLST", "CreateZULProcess()", failure.error);
+        complain_of_start(failure, arguments, how.scratch);
+    }
+    return kFailed;
 }
 
 } // namespace
 
-int SpawnProcess(const std::vector<std::string>& pArgv, bool bSync) {
+int SpawnProcess(const std::vector<std::string>& pArgv, bool bSync, const std::string& scratch) {
     if (launcher_state::_bDebug)
         list_arguments(pArgv);
-    return start(pArgv.empty() ? "" : pArgv.front().c_str(), pArgv, bSync, true);
+    return start(pArgv.empty() ? "" : pArgv.front().c_str(), pArgv, {bSync, true, scratch});
 }
 
 int forkprocess(const std::string& cmdline, const std::vector<std::string>& argv, bool sync) {
-    return start(cmdline.c_str(), argv, sync, false);
+    return start(cmdline.c_str(), argv, {sync, false, ""});
 }

@@ -48,7 +48,7 @@ enum Function {
     kUnlink,
     kRmdir,
     kFork,
-    kExecvp,
+    kExecv,
     kWaitpid,
     kPipe,
     kOpendir,
@@ -64,7 +64,7 @@ enum Function {
 
 constexpr const char* kNames[kFunctions] = {
     "open",  "read",  "write",  "close",   "mkdir",      "chmod",   "unlink",
-    "rmdir", "fork",  "execvp", "waitpid", "pipe",       "opendir", "readdir",
+    "rmdir", "fork",  "execv",  "waitpid", "pipe",       "opendir", "readdir",
     "stat",  "chdir", "getcwd", "statvfs", "iconv_open", "malloc",
 };
 
@@ -264,8 +264,8 @@ pid_t fork() noexcept {
     CALL(kFork, -1, "fork", pid_t(*)(), );
 }
 
-int execvp(const char* file, char* const* arguments) noexcept {
-    CALL(kExecvp, -1, "execvp", int (*)(const char*, char* const*), file, arguments);
+int execv(const char* path, char* const* arguments) noexcept {
+    CALL(kExecv, -1, "execv", int (*)(const char*, char* const*), path, arguments);
 }
 
 pid_t waitpid(pid_t child, int* status, int options) {

@@ -27,8 +27,8 @@ import time
 
 # Tests take everything from here.
 # pylint: disable=unused-import
-from harness_catalogues import (compile_locale, de, en, marked, read_catalogue,  # noqa: F401
-                                write_catalogue)
+from harness_catalogues import (bootstrap_failed, compile_locale, de, en, marked,  # noqa: F401
+                                no_catalogue_in, read_catalogue, write_catalogue)
 from harness_files import (as_bytes, assert_golden, assert_same, ini_text,  # noqa: F401
                            java_home, read_file, tool, tree, write_file, write_script)
 from harness_record import Record, file_crc, signal_mask  # noqa: F401

@@ -43,6 +43,19 @@ def de(key, *arguments):
     return ("[" + "|".join([f"de {key}", *map(str, arguments)]) + "]\n").encode()
 
 
+def no_catalogue_in(directory):
+    """What a launch without any catalogue tells."""
+    return (b"\nERROR: Could not read any NLS message catalogue!\n"
+            b"It was looked for in the directory " + as_bytes(directory) + b". A launcher that is "
+            b"found through the search path or started through a link looks there, not beside its "
+            b"own file: start it by its full path.\n")
+
+
+def bootstrap_failed(scratch, step, component):
+    """What a launch tells that cannot bring the installer to its scratch directory."""
+    return en("S_BOOTSTRAP_FAILED", scratch, en("S_STEP_" + step).decode(), component) + b"\n"
+
+
 def compile_locale(name):
     """Makes a locale such as de_DE.ISO-8859-1 known to every launch that has
     LOCPATH=/var/locale in its environment; returns those variables."""

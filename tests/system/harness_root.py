@@ -46,10 +46,11 @@ class CleanRoot:
                     self.restore_entry(f"{top}/{name}", wanted.get(name))
         for name in set(os.listdir("/")) - self.top:
             self.remove("/" + name)
-        for top in ("/tmp", "/var", "/home", "/cdrom", "/small"):
+        for top in ("/tmp", "/var", "/home", "/cdrom", "/small", "/fewfiles", "/noexec"):
             self.empty(top)
         for path, mode in (("/var/opt", 0o755), ("/var/tmp", 0o1777), (OPERATOR_HOME, 0o755),
                            ("/tmp", 0o1777), ("/cdrom", 0o755), ("/small", 0o755),
+                           ("/fewfiles", 0o755), ("/noexec", 0o755),
                            (RECORDS, 0o777), (SANITIZER_REPORTS, 0o777)):
             os.makedirs(path, exist_ok=True)
             os.chmod(path, mode)

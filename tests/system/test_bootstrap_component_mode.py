@@ -6,7 +6,7 @@ import shutil
 
 import pytest
 
-from harness import (INVENTORY, OPERATOR_HOME, assert_same, de, en, set_inventory, write_file,
+from harness import (INVENTORY, OPERATOR_HOME, assert_same, bootstrap_failed, de, en, set_inventory, write_file,
                      write_script)
 from stage import (COMPONENTS, CORE, JDK, JRE, MINIMAL, TESSEL, ZUL, Stage, java_program)
 
@@ -174,7 +174,7 @@ def test_an_unknown_component_that_cannot_be_unpacked_ends_with_255(stage):
     launch.assert_status(255)
     missing = f"{COMPONENTS}/no.such/0.0.0.0.0/1/DataFiles"
     assert_same(launch.plain(launch.stderr), en("S_UNZIP_FAILED", missing) + b"\n"
-                + en("S_BOOTSTRAP_FAILED", "{SCRATCH}", 1) + b"\n")
+                + bootstrap_failed("{SCRATCH}", "UNPACKING", "no.such"))
     assert en("S_UNZIP_FAILED", missing) in launch.log
     assert launch.record is None and len(launch.scratches) == 1
 
@@ -399,7 +399,10 @@ def test_the_largest_size_is_accepted_and_then_there_is_no_room(stage):
     stage.ini(BOOTSTRAP_SIZE="8796093022207", EXT_LIB=f"{OPERATOR_HOME}/ext")
     launch = stage.launch("-silent")
     launch.assert_status(255)
-    assert_same(launch.plain(launch.stderr), en("S_BOOTSTRAP_FAILED", "{SCRATCH}", 8796093022207) + b"\n")
+    words = launch.plain(launch.stderr)
+    assert words.startswith(b"[en S_ROOM|{SCRATCH}|No space left on device|")
+    assert words.endswith(b"|8796093022207|1000]\n\n"
+                          + bootstrap_failed("{SCRATCH}", "SPACE", "BOOTSTRAP_SIZE"))
     assert launch.record is None
     assert en("S_NUMBER_OF_FILES_BOOTSTRAPPED", "zul", 0) in launch.log
     with open(f"{launch.scratches[0]}/ext/lib/file", encoding="ascii") as copied:

@@ -38,7 +38,7 @@ ERRORS = {
 }
 # A shortage that stays from one call on, and one that strikes between fork and exec.
 LASTING = ("open", "write", "mkdir", "iconv_open")
-IN_CHILD = {"write": errno.ENOSPC, "execvp": errno.ENOMEM}
+IN_CHILD = {"write": errno.ENOSPC, "execv": errno.ENOMEM}
 
 # A failure of these may keep the scratch directory from going.
 OF_THE_CLEAN_UP = ("stat", "opendir", "readdir", "unlink", "rmdir", "malloc")
@@ -204,17 +204,21 @@ if not is_sanitized(tool("LAUNCHER")):
 
 
 def test_an_installer_that_cannot_be_started_is_told_of_with_the_systems_error(stage):
-    faults = Faults(stage, "execvp", errno.ENOMEM, "child")
+    faults = Faults(stage, "execv", errno.ENOMEM, "child")
     assert faults.run()
     assert (faults.status, faults.stderr) == (
-        FAILED, en("S_ERGOSLST", "CreateZULProcess()", errno.ENOMEM) + b"\n")
+        FAILED, en("S_ERGOSLST", "CreateZULProcess()", errno.ENOMEM) + b"\n"
+        + en("S_START_OTHER", faults.scratch + "/jre/1.0/bin/java", "Cannot allocate memory")
+        + b"\n")
 
 
 def test_a_scratch_directory_without_room_is_told_of_by_its_name(stage):
     faults = Faults(stage, "mkdir", errno.ENOSPC)
     assert faults.run()
-    assert (faults.status, faults.stderr) == (
-        FAILED, en("S_ERBOOTSTRAP", faults.scratch, 69) + b"\n")
+    told = en("S_ERBOOTSTRAP", faults.scratch, 69) + b"\n[en S_ROOM|" + faults.scratch.encode()
+    assert faults.status == FAILED
+    assert faults.stderr.startswith(told + b"|No space left on device|")
+    assert faults.stderr.endswith(b"|69|1000]\n\n")
 
 
 def test_an_unzip_that_cannot_be_started_ends_the_launch(stage):
@@ -224,13 +228,14 @@ def test_an_unzip_that_cannot_be_started_ends_the_launch(stage):
     assert faults.stdout.startswith(en("S_STARTINSTALLERMSG", "Kelvane Installer"))
 
 
-def test_only_a_launch_that_does_not_wait_says_nothing_of_a_fork_that_fails(stage):
-    """As nobody waits for the installer, its fate is not the launcher's. The
+def test_a_fork_that_fails_is_told_of_by_a_launch_that_waits_and_by_one_that_does_not(stage):
+    """As nobody waits for the installer in the second, its fate is not the launcher's status. The
     forks before it are those of unzip."""
+    told = en("S_FORK_FAILED", "Resource temporarily unavailable") + b"\n"
     faults = Faults(stage, "fork", errno.EAGAIN)
     faults.call = UNZIPS
-    assert faults.run() and faults.status == FAILED
+    assert faults.run() and (faults.status, faults.stderr) == (FAILED, told)
     stage.ini_raw(read_file(stage.ini_path).replace(b"WAIT_FOR_COMPLETION=TRUE\n", b""))
     faults.command.remove("-waitForCompletion")
     faults.call = UNZIPS
-    assert faults.run() and faults.status == 0 and not faults.java_ran
+    assert faults.run() and (faults.status, faults.stderr) == (0, told) and not faults.java_ran

@@ -57,7 +57,8 @@ def test_a_command_of_the_machine_can_be_replaced_and_comes_back(clean_root):
 
 def test_what_a_test_made_is_gone_in_the_next(clean_root):
     made = ["/etc/mnttab", "/usr/bin/pkginfo", "/usr/openwin/bin/x", "/var/opt/talvex/talInst.loc",
-            "/tmp/TalInstall/a/b", "/home/operator/f", "/small/f", "/u01/f"]
+            "/tmp/TalInstall/a/b", "/home/operator/f", "/small/f", "/fewfiles/f", "/noexec/f",
+            "/u01/f"]
     for path in made:
         write_file(path)
     os.chmod("/tmp/TalInstall/a", 0)
@@ -77,6 +78,18 @@ def test_nothing_of_the_machine_can_be_written(path):
 def test_the_small_file_system_runs_full():
     with pytest.raises(OSError, match="No space left"):
         write_file("/small/file", bytes(3 << 20))
+
+
+def test_the_file_system_of_few_files_runs_out_of_them():
+    with pytest.raises(OSError, match="No space left"):
+        for number in range(24):
+            write_file(f"/fewfiles/{number}")
+
+
+def test_no_program_starts_from_the_file_system_without_programs():
+    program = write_script("/noexec/program", "exit 0\n")
+    with pytest.raises(PermissionError):
+        subprocess.run([program], check=False)
 
 
 def test_the_read_only_file_system_refuses_writes():

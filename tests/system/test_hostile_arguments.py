@@ -8,8 +8,10 @@ import subprocess
 
 import pytest
 
-from harness import INVENTORY, OPERATOR_HOME, Home, assert_same, en, write_file
-from hostile import FAILED, ends, fixture_of, listed, runs, told, without_time
+from harness import (INVENTORY, OPERATOR_HOME, Home, assert_same, bootstrap_failed, en,
+                     write_file)
+from hostile import (FAILED, ends, fixture_of, listed, runs, told, without_time,
+                     words_before)
 from stage import Stage
 
 
@@ -42,7 +44,9 @@ def test_arguments_that_the_system_cannot_hand_on_are_told_of(home):
         except OSError:
             continue
         break
-    ends(fits, FAILED, told("S_ERGOSLST", "CreateZULProcess()", 7))
+    java = home.jre + "/bin/java"
+    assert words_before(fits, FAILED).startswith(told("S_ERGOSLST", "CreateZULProcess()", 7)
+        + f"[en S_START_TOO_LONG|{java}|Argument list too long|".encode())
     assert en("S_EXECVP_ARGS", "../../jdk/jre/bin/java") in fits.log
 
 
@@ -89,7 +93,8 @@ def test_a_given_parameter_file_is_named_however_odd_and_gives_way_to_the_defaul
 def test_a_given_temporary_directory_is_used_or_named_however_odd(place, value):
     launch = place.launch("-silent", "-scratchPath", value)
     if is_too_long(value):
-        ends(launch, FAILED, with_value(told("S_ERPERDIR", "{VALUE}"), value))
+        reason = told("S_REASON", "{VALUE}", "File name too long")
+        ends(launch, FAILED, with_value(told("S_ERPERDIR", "{VALUE}") + reason, value))
         return
     runs(launch)
     base = os.path.dirname(os.fsencode(launch.record.scratch))
@@ -133,7 +138,9 @@ def test_a_given_log_directory_is_used_or_done_without_however_odd(place, value)
 
 def test_a_target_that_is_not_there_is_named_however_odd(stage, value):
     launch = stage.launch("-bootstrapOnly", b"BOOTSTRAP_LOC=" + os.fsencode(value))
-    ends(launch, FAILED, with_value(told("S_BOOTSTRAP_FAILED", "{VALUE}", 1), value))
+    words = words_before(launch, FAILED, with_value(
+        bootstrap_failed("{VALUE}", "SPACE", "BOOTSTRAP_SIZE"), value))
+    assert words.startswith(b"[en S_REASON|")
     assert launch.record is None and b"Completed" not in launch.stdout
 
 

@@ -12,7 +12,8 @@ import shutil
 import pytest
 
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, Home, assert_same,
-                     compile_locale, de, en, read_file, write_file)
+                     bootstrap_failed, compile_locale, de, en, no_catalogue_in, read_file,
+                     write_file)
 from hostile import (FAILED, NO_CATALOGUE, NO_PARAMETER_FILE, SCRATCH, ends, fixture_of, listed,
                      runs, told, without_time, words_before)
 from stage import COMPONENTS, CORE, JRE, ZUL, CopyHome, Stage
@@ -168,7 +169,6 @@ def test_a_bad_mount_table_speaks_against_no_launch(home, how):
 # ---- catalogues -----------------------------------------------------------
 
 START = "S_STARTINSTALLERMSG", "Kelvane Installer"
-NO_TEXTS = b"\nERROR: Could not read any NLS message catalogue!\n"
 
 
 def complaints(how):
@@ -187,7 +187,7 @@ def test_a_bad_catalogue_that_is_the_only_one(home, how):
     FILES[how](home.resource + "/cons.nls")
     launch = home.launch("-silent")
     if how in (*GONE, "unreadable"):
-        ends(launch, NO_CATALOGUE, NO_TEXTS)
+        ends(launch, NO_CATALOGUE, no_catalogue_in(home.resource))
         assert launch.record is None and launch.logs == {}
         return
     runs(launch, complaints(how) * 2)  # for the console and for the log
@@ -211,20 +211,26 @@ def test_a_bad_translation_gives_way_to_the_default_catalogue(home, how):
 
 # ---- java -----------------------------------------------------------------
 
-# What the system cannot execute, the search along the path hands to the shell,
-# and its status and its words are the shell's: an empty script ends well.
+# A text that the system cannot execute is a script for the shell, and its status
+# and its words are the shell's; any other bytes are no program at all.
 SHELL = (2, 126, 127)
 
 
-def assert_java_is_bad(launch, how, java):
-    """`java` is its path on the command line of the installer."""
+def not_started(error, key, path):
+    """What is told of a program that cannot be started, and why."""
+    return (told("S_ERGOSLST", "CreateZULProcess()", error)
+            + en(key, path, os.strerror(error)) + b" " + told("S_REMEDY_JRELOC"))
+
+
+def assert_java_is_bad(launch, how, java, path):
+    """`java` is its path on the command line of the installer, `path` its whole path."""
     assert launch.record is None and launch.scratches == []
     if how in GONE:
         ends(launch, FAILED, no_java(java))
     elif how == "a directory":
-        ends(launch, FAILED, told("S_ERGOSLST", "CreateZULProcess()", errno.EACCES))
-    elif how == "empty":
-        ends(launch, 0)
+        ends(launch, FAILED, not_started(errno.EACCES, "S_START_DIRECTORY", path))
+    elif how in ("empty", "binary"):
+        ends(launch, FAILED, not_started(errno.ENOEXEC, "S_START_NO_PROGRAM", path))
     else:
         assert launch.status in SHELL
         assert without_time(launch.stderr).startswith(java.encode() + b": ")
@@ -235,7 +241,8 @@ def assert_java_is_bad(launch, how, java):
 @pytest.mark.parametrize("how", [how for how in FILES if how != "unreadable"])
 def test_a_home_whose_java_is_bad(home, how):
     FILES[how](home.jre + "/bin/java")
-    assert_java_is_bad(home.launch("-silent"), how, "../../jdk/jre/bin/java")
+    assert_java_is_bad(home.launch("-silent"), how, "../../jdk/jre/bin/java",
+                       home.jre + "/bin/java")
 
 
 def test_a_home_whose_java_may_not_be_executed_is_helped_to_it(home):
@@ -252,13 +259,13 @@ def test_a_home_whose_java_may_not_be_executed_is_helped_to_it(home):
 ])
 def test_a_stage_whose_java_is_bad(stage, how, files):
     stage.component(JRE, "1.0", files)
-    assert_java_is_bad(stage.launch("-silent"), how, SCRATCH + "/jre/1.0/bin/java")
+    java = SCRATCH + "/jre/1.0/bin/java"
+    assert_java_is_bad(stage.launch("-silent"), how, java, java)
 
 
 # ---- files that are unpacked ----------------------------------------------
 
 VERSIONS = {JRE: "1.0", ZUL: "1.7.0.0.0", CORE: "1.7.0.0.0"}
-NO_BOOTSTRAP = told("S_BOOTSTRAP_FAILED", SCRATCH, 1)
 
 
 def payload(component):
@@ -288,7 +295,8 @@ def assert_unzip_tells(words, how, component):
 def test_a_stage_with_a_bad_archive_ends_after_the_bootstrap(stage, component, how):
     FILES[how](jar_of(stage, component))
     launch = stage.launch("-silent")
-    words = words_before(launch, FAILED, NO_BOOTSTRAP, left=True)
+    words = words_before(launch, FAILED, bootstrap_failed(SCRATCH, "UNPACKING", component),
+                         left=True)
     assert_unzip_tells(words, how, component)
     assert without_time(launch.log).endswith(unpacking(stage, component)
                                              + en("S_UMASK_NOT_AVAILABLE"))
@@ -298,7 +306,8 @@ def test_a_stage_with_a_bad_archive_ends_after_the_bootstrap(stage, component, h
 def test_a_stage_with_a_bad_unzip_ends_after_the_bootstrap(stage, how):
     FILES[how](stage.dir + "/unzip")
     launch = stage.launch("-silent")
-    words = words_before(launch, FAILED, NO_BOOTSTRAP, left=True)
+    step = "RUNTIME" if how == "empty" else "UNPACKING"
+    words = words_before(launch, FAILED, bootstrap_failed(SCRATCH, step, JRE), left=True)
     if how == "empty":  # which does nothing, and does it well
         assert words == b""
         assert without_time(launch.stdout).endswith(en("S_EROPEN", SCRATCH + "/jre"))
@@ -310,12 +319,14 @@ def test_a_stage_with_a_bad_unzip_ends_after_the_bootstrap(stage, how):
 
 # A core that cannot be unpacked ends no bootstrap: the installer is told its place
 # on the stage instead, and only the installer knows whether it misses anything.
-# unzip has told what it met, and the log what it was to do.
+# unzip has told what it met, the launcher that the component is not there, and the
+# log what was to be done.
 @pytest.mark.parametrize("how", FILES)
 def test_a_stage_with_a_bad_core_component_starts_the_installer_with_its_place_there(stage, how):
     FILES[how](jar_of(stage, CORE))
     launch = stage.launch("-silent")
-    assert_unzip_tells(words_before(launch, 0), how, CORE)
+    words = words_before(launch, 0, told("S_CORE_NOT_UNPACKED", CORE, payload(CORE)))
+    assert_unzip_tells(words, how, CORE)
     assert unpacking(stage, CORE) in without_time(launch.log)
     assert payload(CORE) + "/jlib/TalInstaller.jar" in launch.record.class_path
 
@@ -335,6 +346,12 @@ TREES = {"missing": shutil.rmtree, "unreadable": make_unreadable, "a file": make
 COPIES = {"images": "images/held", "ACCESS_DIR": "held", "PREREQ_CONFIG_LOCATION": "prereq/held",
           "EXT_JLIB": "ext/jlib/held", "EXT_LIB": "ext/lib/held", "EXT_BIN": "ext/bin/held"}
 NEEDED = ("ACCESS_DIR", "PREREQ_CONFIG_LOCATION")
+
+
+def not_copied(tree):
+    """What is told of a tree with an unreadable file."""
+    return (told("S_REASON", tree + "/held", "Permission denied")
+            + bootstrap_failed(SCRATCH, "COPYING", tree))
 
 
 def named_tree(stage, name):
@@ -357,10 +374,11 @@ def test_a_stage_with_a_bad_tree_to_copy_does_without_it(stage, name, how):
 
 @pytest.mark.parametrize("name", COPIES)
 def test_a_file_that_cannot_be_copied_ends_a_bootstrap_unless_it_is_an_extra(stage, name):
-    make_held_file_unreadable(named_tree(stage, name))
+    tree = named_tree(stage, name)
+    make_held_file_unreadable(tree)
     launch = stage.launch("-silent")
     if name in NEEDED:
-        ends(launch, FAILED, NO_BOOTSTRAP, left=True)
+        ends(launch, FAILED, not_copied(tree), left=True)
         assert launch.record is None
     else:
         assert runs(launch).record.tree[COPIES[name]][2] == b""
@@ -390,14 +408,27 @@ def test_a_home_whose_runtime_cannot_be_copied_names_the_java_that_is_missing(co
 @pytest.mark.parametrize("name", [*HOME_TREES, "jre"])
 def test_a_home_with_a_file_that_cannot_be_copied_ends_after_the_bootstrap(copy_home, name):
     tree = copy_home.jre if name == "jre" else f"{copy_home.trees}/{name}"
+    given = "../../jdk/jre" if name == "jre" else f"../trees/{name}"
     write_file(tree + "/held", b"held")
     make_held_file_unreadable(tree)
-    ends(copy_home.launch("-silent"), FAILED, NO_BOOTSTRAP, left=True)
+    ends(copy_home.launch("-silent"), FAILED, not_copied(given), left=True)
 
 
 # ---- directories that are written -----------------------------------------
 
 TEMP = "/var/temporary"
+
+# Why a directory cannot be used, where it is not for want of room.
+UNUSABLE = {"read-only": (TEMP, "Permission denied"), "a file": (TEMP, "Permission denied"),
+            "a dangling link": (TEMP, "No such file or directory")}
+
+
+def assert_no_room(words, directory, megabytes):
+    """The one line about the room: none is free."""
+    line = re.fullmatch(rb"\[en S_ROOM\|(.*)\|No space left on device\|0\|\d+\|(\d+)\|\d+\]\n\n",
+                        words)
+    assert line, words
+    assert line.groups() == (directory.encode(), str(megabytes).encode())
 
 
 @pytest.mark.parametrize("how", DIRECTORIES)
@@ -413,14 +444,17 @@ def test_a_bad_temporary_directory(place, by, how):
     scratches = listed(TEMP)
     if how == "full" and isinstance(place, Stage):
         assert without_time("\n".join(scratches).encode()) == b"TalInstall{TIME}"
-        ends(launch, FAILED, told("S_BOOTSTRAP_FAILED", TEMP + "/TalInstall{TIME}", 1),
-             left=by == "TEMP")  # where the harness looks for it
+        scratch = TEMP + "/TalInstall{TIME}"
+        words = words_before(launch, FAILED, bootstrap_failed(scratch, "SPACE", "BOOTSTRAP_SIZE"),
+                             left=by == "TEMP")  # where the harness looks for it
+        assert_no_room(words, scratch, 1)
         return
     assert scratches == []
     if how in ("missing", "full"):  # it is made; nothing of a home is copied
         runs(launch)
     else:
-        ends(launch, FAILED, told("S_ERPERDIR", TEMP))
+        path, why = UNUSABLE[how]
+        ends(launch, FAILED, told("S_ERPERDIR", TEMP) + told("S_REASON", path, why))
 
 
 # What lies in /tmp keeps it from being anything else.
@@ -428,25 +462,30 @@ def test_a_read_only_directory_of_last_resort(place):
     make_read_only("/tmp")
     launch = place.launch("-silent", env={"TEMP": None})
     os.chmod("/tmp", 0o1777)
-    ends(launch, FAILED, told("S_ERPERDIR", "/tmp"))
-
-
-NO_ROOM = told("S_BOOTSTRAP_FAILED", "/small/TalInstall{TIME}", 0)
+    ends(launch, FAILED, told("S_ERPERDIR", "/tmp") + told("S_REASON", "/tmp", "Permission denied"))
 
 
 def test_a_stage_that_runs_out_of_space_halfway_ends_without_java(stage):
     stage.ini(BOOTSTRAP_SIZE="0")  # otherwise nothing is even begun
     stage.component(ZUL, "1.7.0.0.0", {"zul/jlib/zul.jar": random.Random(1).randbytes(SMALL)})
     launch = stage.launch("-silent", env={"TEMP": "/small"})
-    words = words_before(launch, FAILED, NO_ROOM, left=True)
+    words = words_before(launch, FAILED,
+                         bootstrap_failed("/small/TalInstall{TIME}", "UNPACKING", ZUL), left=True)
     assert b"/small/TalInstall{TIME}/zul/jlib/zul.jar:  write error" in words
+    room = words[words.index(b"[en S_ROOM"):]
+    assert re.fullmatch(rb"\[en S_ROOM\|/small/TalInstall\{TIME\}\|No space left on device"
+                        rb"\|1\|\d+\|2\|1\]\n\n", room), room
     assert launch.record is None
 
 
 def test_a_home_that_runs_out_of_space_halfway_ends_without_java(copy_home):
     copy_home.ini(BOOTSTRAP_SIZE="0")
     write_file(copy_home.trees + "/zul/jlib/zul.jar", bytes(SMALL))
-    launch = ends(copy_home.launch("-silent", env={"TEMP": "/small"}), FAILED, NO_ROOM, left=True)
+    launch = copy_home.launch("-silent", env={"TEMP": "/small"})
+    scratch = "/small/TalInstall{TIME}"
+    words = words_before(launch, FAILED, bootstrap_failed(scratch, "COPYING", "../trees/zul"),
+                         left=True)
+    assert_no_room(words, scratch + "/zul/jlib/zul.jar", 2)
     assert launch.record is None
 
 
@@ -508,8 +547,18 @@ def test_a_bootstrap_into_a_bad_directory_does_not_claim_to_be_complete(stage, h
     os.mkdir(TARGET)
     DIRECTORIES[how](TARGET)
     launch = stage.launch("-bootstrapOnly", "BOOTSTRAP_LOC=" + TARGET)
-    words = words_before(launch, FAILED, told("S_BOOTSTRAP_FAILED", TARGET, 1))
-    # Only what has room is given to unzip.
-    assert TARGET.encode() in words if how in ("read-only", "a file") else words == b""
+    step, component = (("UNPACKING", JRE) if how in ("read-only", "a file")
+                       else ("SPACE", "BOOTSTRAP_SIZE"))
+    words = words_before(launch, FAILED, bootstrap_failed(TARGET, step, component))
+    if how == "full":
+        assert_no_room(words, TARGET, 1)
+    elif how == "read-only":  # until unzip has failed, and told why; then it gets its mode
+        assert f"cannot create {TARGET}/jre\n".encode() in words and b"Permission denied" in words
+    else:
+        why = "Not a directory" if how == "a file" else "No such file or directory"
+        reason = told("S_REASON", TARGET, why)
+        assert words.endswith(reason)
+        # Only what has room is given to unzip.
+        assert (words == reason) == (step == "SPACE")
     assert launch.record is None and b"Completed" not in launch.stdout
     assert listed(TARGET) == []

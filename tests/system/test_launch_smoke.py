@@ -3,7 +3,7 @@
 import os
 import shutil
 
-from harness import assert_golden, assert_same, read_file
+from harness import assert_golden, assert_same, no_catalogue_in, read_file
 
 
 def test_a_launch_from_an_installed_home_starts_the_whole_java_command(home):
@@ -25,7 +25,7 @@ def test_without_a_catalogue_nothing_starts_and_the_status_is_1(home):
     shutil.rmtree(home.resource)
     launch = home.launch("-silent")
     launch.assert_status(1)
-    assert_same(launch.stderr, b"\nERROR: Could not read any NLS message catalogue!\n")
+    assert_same(launch.stderr, no_catalogue_in(home.resource))
     assert (launch.stdout, launch.record, launch.logs, launch.scratches) == (b"", None, {}, [])
 
 

@@ -9,7 +9,7 @@ import time
 import pytest
 
 from harness import (INVENTORY, KELVANE, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP,
-                     assert_same, de, en, read_file, signal_mask, tree, write_file,
+                     assert_same, de, en, no_catalogue_in, read_file, signal_mask, tree, write_file,
                      write_script)
 
 VERSION_LINE = b"INFO: " + en("S_ZUL") + b" Version 1.7.0.0.0 \n"
@@ -111,7 +111,7 @@ def test_a_launcher_without_catalogue_ends_with_1_before_anything_else(home):
     launch = home.launch("-silent")
     launch.assert_status(1)
     assert launch.stdout == b""
-    assert_same(launch.stderr, b"\nERROR: Could not read any NLS message catalogue!\n")
+    assert_same(launch.stderr, no_catalogue_in(home.resource))
     assert launch.record is None and launch.scratches == [] and launch.logs == {}
 
 
@@ -151,7 +151,8 @@ def test_a_scratch_base_that_cannot_be_made_ends_with_255(home):
     write_file("/tmp/file")
     launch = home.launch("-silent", env={"TEMP": "/tmp/file/below"})
     launch.assert_status(255)
-    assert_same(launch.stderr, en("S_ERPERDIR", "/tmp/file/below") + b"\n")
+    assert_same(launch.stderr, en("S_ERPERDIR", "/tmp/file/below") + b"\n"
+                + en("S_REASON", "/tmp/file", "Not a directory") + b"\n")
     assert launch.record is None
 
 
@@ -262,7 +263,9 @@ def test_a_program_that_cannot_be_executed_is_reported_and_ends_with_255(home):
     java_that_is_no_program(home)
     launch = home.launch("-silent")
     launch.assert_status(255)
-    assert_same(launch.stderr, en("S_ERGOSLST", "CreateZULProcess()", errno.EACCES) + b"\n")
+    assert_same(launch.stderr, en("S_ERGOSLST", "CreateZULProcess()", errno.EACCES) + b"\n"
+                + en("S_START_DIRECTORY", home.jre + "/bin/java", "Permission denied") + b" "
+                + en("S_REMEDY_JRELOC") + b"\n")
     assert launch.scratches == []
 
 
@@ -270,7 +273,11 @@ def test_a_command_too_long_for_the_system_is_reported_like_any_program_that_doe
     home.ini(JRE_MEMORY_OPTIONS="-X" + "y" * 150_000)  # one element holds 128 KB at the most
     launch = home.launch("-silent")
     launch.assert_status(255)
-    assert_same(launch.stderr, en("S_ERGOSLST", "CreateZULProcess()", errno.E2BIG) + b"\n")
+    told = en("S_ERGOSLST", "CreateZULProcess()", errno.E2BIG) + b"\n"
+    assert launch.stderr.startswith(told + b"[en S_START_TOO_LONG|" + home.jre.encode()
+                                    + b"/bin/java|Argument list too long|")
+    bytes_of_all, longest, allowed = map(int, launch.stderr.rstrip(b"]\n").split(b"|")[-3:])
+    assert longest == 150_003 and longest < bytes_of_all < allowed
     assert launch.scratches == []
 
 

@@ -126,7 +126,8 @@ def test_a_full_name_space_is_told_and_ends_the_launch_though_one_more_name_is_t
 def test_a_scratch_directory_that_cannot_be_made_is_told_with_the_default_size(home):
     launch = home.launch("-silent", "-timestamp", "no/such/parent")
     launch.assert_status(255)
-    assert_same(launch.stderr, en("S_ERBOOTSTRAP", "/tmp/TalInstallno/such/parent", 69) + b"\n")
+    assert_same(launch.stderr, en("S_ERBOOTSTRAP", "/tmp/TalInstallno/such/parent", 69) + b"\n"
+                + en("S_REASON", "/tmp/TalInstallno", "No such file or directory") + b"\n")
 
 
 def test_a_dangling_link_with_the_scratch_directorys_name_counts_as_taken(home):

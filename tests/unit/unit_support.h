@@ -73,3 +73,12 @@ std::string complained_by(const Call& call) {
     std::fflush(stderr);
     return testing::internal::GetCapturedStderr();
 }
+
+// What a launch without any catalogue in `directory` tells.
+inline std::string no_catalogue_in(const std::string& directory) {
+    return "\nERROR: Could not read any NLS message catalogue!\n"
+           "It was looked for in the directory " +
+           directory +
+           ". A launcher that is found through the search path or started through a link looks "
+           "there, not beside its own file: start it by its full path.\n";
+}

@@ -112,7 +112,10 @@ TEST_F(BootstrapTest, TooLittleRoomEndsWith30AfterTheExtraDirectoriesAndTheRepor
     EXPECT_EQ(images, room.file("images"));
     EXPECT_EQ(zul + jre, "");
     EXPECT_EQ(log(), counted(0, 0));
-    EXPECT_EQ(said.out + said.err, "");
+    EXPECT_EQ(said.out, "");
+    EXPECT_TRUE(said.err.starts_with("<S_ROOM|" + scratch + "|No space left on device|"));
+    EXPECT_EQ(std::string(last_bootstrap_failure().step) + last_bootstrap_failure().component,
+              "S_STEP_SPACEBOOTSTRAP_SIZE");
     writeToInstallLog("behind");
     EXPECT_EQ(log(), counted(0, 0)) << "the log is closed";
 }
@@ -122,6 +125,7 @@ TEST_F(BootstrapTest, AFileSystemThatCannotBeAskedHasNoRoom) {
     components = {"talvex.swd.zul"};
     size = 1;
     EXPECT_EQ(run(), 30);
+    EXPECT_EQ(said.err, shown("S_REASON", {scratch, "No such file or directory"}) + "\n");
     EXPECT_EQ(log(), counted(0, 0));
     EXPECT_EQ(unzip_runs(), Lines{});
 }

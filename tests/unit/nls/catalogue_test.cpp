@@ -144,7 +144,7 @@ TEST_F(Catalogue, ABareNameReadsTheCatalogueBelowTheCurrentDirectory) {
     nls_close();
     std::filesystem::remove_all(directory_.file("resource"));
     EXPECT_EQ(complained_by([] { EXPECT_EQ(nls_open("setupLauncher"), 1); }),
-              "\nERROR: Could not read any NLS message catalogue!\n");
+              no_catalogue_in(directory_.file("resource")));
     std::filesystem::current_path(before);
 }
 
@@ -277,7 +277,7 @@ TEST_F(Catalogue, TheFileOfALongLocaleIsNamedByItsFirst31Characters) {
 
 TEST_F(Catalogue, WithoutAnyFileOpeningFailsWithAMessage) {
     EXPECT_EQ(complained_by([&] { EXPECT_EQ(open(), 1); }),
-              "\nERROR: Could not read any NLS message catalogue!\n");
+              no_catalogue_in(directory_.file("resource")));
     EXPECT_EQ(localised("S_KEY"), "(none)");
     EXPECT_EQ(english("S_KEY"), "(none)");
 }
@@ -286,7 +286,7 @@ TEST_F(Catalogue, AFileOfAnotherLanguageDoesNotCount) {
     write_naming_itself("cons_fr.nls");
     set_locale("de_DE.UTF-8");
     EXPECT_EQ(complained_by([&] { EXPECT_EQ(open(), 1); }),
-              "\nERROR: Could not read any NLS message catalogue!\n");
+              no_catalogue_in(directory_.file("resource")));
 }
 
 TEST_F(Catalogue, AnEmptyFileCountsAsACatalogue) {

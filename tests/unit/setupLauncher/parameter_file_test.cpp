@@ -165,7 +165,8 @@ TEST_F(SettingsTest, AScratchDirectoryThatCannotBeMadeEndsInMinus1) {
     state::scratchPath = make_file("a_file") + "/below";
     EXPECT_EQ(get_params(), -1);
     EXPECT_EQ(said.out, "");
-    EXPECT_EQ(said.err, shown("S_ERPERDIR", {state::scratchPath}) + "\n");
+    EXPECT_EQ(said.err, shown("S_ERPERDIR", {state::scratchPath}) + "\n" +
+                            shown("S_REASON", {room.file("a_file"), "Not a directory"}) + "\n");
     EXPECT_EQ(settings.jreDirLoc, "");
 }
 
