@@ -102,7 +102,9 @@ int copy_needed_tree(const BootstrapInput& input, const std::string& source,
     if (copy_tree(source, dest) == kOk)
         return kOk;
     const CopyFailure& copy = last_copy_failure();
-    complain_of_place(copy.path, copy.error, need_of_tree(source, room_at(input.tempLoc).block));
+    // Where room is the matter, it is that of the whole scratch directory.
+    const std::string& place = speaks_of_room(copy.error) ? input.tempLoc : copy.path;
+    complain_of_place(place, copy.error, need_of_tree(source, room_at(input.tempLoc).block));
     return fail_at("S_STEP_COPYING", source);
 }
 

@@ -72,18 +72,23 @@ int copy_tree(const std::string& source, const std::string& dest) {
         return kOk;
     TreeWalk walk = walk_over(source);
     std::string here;
-    int not_made = 0; // why `here` is not there
+    bool missing = false;        // `here` could not be made
+    CopyFailure first_missing{}; // and the first for which that is so
     while (noted_signal() == 0 && next_step(walk)) {
         if (walk.step == WalkStep::kDirectoryOpened) {
             here = path_in_list(walk, walk.directory, dest);
-            not_made = mkdir(here.c_str(), kMadeDirectoryMode) == 0 || errno == EEXIST ? 0 : errno;
+            missing = mkdir(here.c_str(), kMadeDirectoryMode) != 0 && errno != EEXIST;
+            if (missing && first_missing.error == 0)
+                first_missing = {here, errno};
             if (walk.directory == 0)
                 walk.left_out = directory_identity(dest); // it may lie in the source
         } else if (walk.step == WalkStep::kFile &&
                    copyFile(entry_path(walk).c_str(), joined_path(here, walk.name).c_str()) !=
                        kOk) {
             end_walk(walk);
-            return not_made != 0 ? fail_copy(here, not_made) : kFailed;
+            if (missing)
+                copy_failure = first_missing;
+            return kFailed;
         }
     }
     end_walk(walk);
