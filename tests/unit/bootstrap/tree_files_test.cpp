@@ -38,6 +38,55 @@ TEST_F(CopyFile, GivesEveryByteAtAnyLength) {
     }
 }
 
+TEST_F(CopyFile, LeavesAFileThatIsItsOwnDestinationAsItIs) {
+    const std::string file = here.write("file", "bytes");
+    set_mode(file, 0604);
+    make_link("link", "file");
+    std::filesystem::create_hard_link(file, here.file("name"));
+    for (const char* name : {"file", "link", "name"}) {
+        EXPECT_EQ(copied_file(here.file(name), file), kOk) << name;
+        EXPECT_EQ(copied_file(file, here.file(name)), kOk) << name;
+        EXPECT_EQ(bytes_of(file), "bytes") << name;
+        EXPECT_EQ(mode_of(file), 0604U) << name;
+    }
+}
+
+TEST_F(CopyFile, PassesOverAPipeASocketAndADeviceAndNamesThem) {
+    const Catalogue catalogue{{"S_FILE_PASSED_OVER", "%s is no file"}};
+    mkfifo(here.file("pipe").c_str(), 0600);
+    for (const std::string& source : {here.file("pipe"), std::string("/dev/null")}) {
+        int status = 99;
+        EXPECT_EQ(complained_by([&] { status = copied_file(source, here.file("to")); }),
+                  "<" + source + " is no file>\n");
+        EXPECT_EQ(status, kOk);
+        EXPECT_FALSE(exists(here.file("to")));
+    }
+}
+
+TEST_F(CopyFile, DoesNotWaitForTheReaderOfAPipeInTheDestinationsPlace) {
+    mkfifo(here.file("pipe").c_str(), 0600);
+    EXPECT_EQ(copied_file(here.write("from", std::string(100000, 'x')), here.file("pipe")),
+              kFailed);
+    EXPECT_EQ(last_copy_failure().path, here.file("pipe"));
+    EXPECT_EQ(last_copy_failure().error, EEXIST);
+}
+
+TEST_F(CopyFile, TellsWhereItFailedAndWhy) {
+    const auto expect_failure = [](const std::string& path, int error) {
+        EXPECT_EQ(last_copy_failure().path, path);
+        EXPECT_EQ(last_copy_failure().error, error);
+    };
+    const std::string from = here.write("from", "bytes");
+    EXPECT_EQ(copied_file(here.file("missing"), here.file("to")), kFailed);
+    expect_failure(here.file("missing"), ENOENT);
+    EXPECT_EQ(copied_file(from, here.file("no/to")), kFailed);
+    expect_failure(here.file("no/to"), ENOENT);
+    EXPECT_EQ(copied_file(here.path(), here.file("to")), kFailed);
+    expect_failure(here.path(), EISDIR);
+    EXPECT_EQ(copied_file(from, "/dev/full"), kFailed);
+    expect_failure("/dev/full", ENOSPC);
+}
+
 TEST_F(CopyFile, GivesTheCopyMode0770WhateverTheSourcesModeAndTheMask) {
     const Mask closed(077);
     for (const mode_t mode : {0400U, 0444U, 0401U, 0777U, 0600U}) {

@@ -70,6 +70,34 @@ TEST_F(CopyOfATree, MergesWithWhatIsThere) {
             {"same", "new"}, {"other", "old"}, {"a/", ""}, {"a/file", "new"}, {"a/other", "old"}}));
 }
 
+TEST_F(CopyOfATree, OntoItselfByWhateverPathCopiesNothingAndSucceeds) {
+    make_file("tree/a/file", "1");
+    set_mode(here.file("tree/a/file"), 0604);
+    make_link("link", "tree");
+    const Contents before = contents_of(tree);
+    for (const std::string& same : {tree, tree + "/", tree + "/a/..", here.file("link")}) {
+        EXPECT_EQ(copied_tree(tree, same), kOk) << same;
+        EXPECT_EQ(copied_tree(same, tree), kOk) << same;
+        EXPECT_EQ(contents_of(tree), before) << same;
+        EXPECT_EQ(mode_of(here.file("tree/a/file")), 0604U) << same;
+    }
+}
+
+TEST_F(CopyOfATree, LeavesADirectoryInItThatIsItsOwnDestinationAsItIs) {
+    make_file("copy/a/file", "1");
+    make_link("tree/a", copy + "/a");
+    make_file("tree/other", "2");
+    EXPECT_EQ(copied_tree(tree, copy), kOk);
+    EXPECT_EQ(contents_of(copy), (Contents{{"a/", ""}, {"a/file", "1"}, {"other", "2"}}));
+}
+
+TEST_F(CopyOfATree, TellsTheFirstDirectoryThatCouldNotBeMadeForAFileInIt) {
+    make_file("tree/a/b/file", "1");
+    EXPECT_EQ(copied_tree(tree, "/proc/copy"), kFailed);
+    EXPECT_EQ(last_copy_failure().path, "/proc/copy");
+    EXPECT_EQ(last_copy_failure().error, ENOENT);
+}
+
 TEST_F(CopyOfATree, HoldsWhatLinksLeadTo) {
     make_file("elsewhere/file", "1");
     make_link("tree/file", "../elsewhere/file");

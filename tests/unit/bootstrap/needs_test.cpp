@@ -1,0 +1,99 @@
+#include "bootstrap/needs.h"
+
+#include "tree_fixture.h"
+
+namespace {
+
+std::string number(unsigned long long value, std::size_t size) {
+    std::string bytes;
+    for (std::size_t i = 0; i < size; ++i, value >>= 8)
+        bytes += static_cast<char>(value & 0xff);
+    return bytes;
+}
+
+struct Entry {
+    std::string name;
+    unsigned long size;
+};
+
+// An archive as far as its table of contents tells of it, with `before` in the place of the files.
+std::string archive(const std::vector<Entry>& entries, const std::string& comment = "",
+                    const std::string& before = "the files") {
+    std::string table;
+    for (const Entry& entry : entries)
+        table += "PK\1\2" + std::string(20, '\0') + number(entry.size, 4) +
+                 number(entry.name.size(), 2) + number(3, 2) + number(5, 2) +
+                 std::string(12, '\0') + entry.name + "abc" + "PK\1\2x";
+    return before + table + "PK\5\6" + std::string(4, '\0') + number(entries.size(), 2) +
+           number(entries.size(), 2) + number(table.size(), 4) + number(before.size(), 4) +
+           number(comment.size(), 2) + comment;
+}
+
+class Needs : public Tree {
+  protected:
+    void expect(const Need& need, unsigned long bytes, unsigned long files) const {
+        EXPECT_EQ(need.bytes, bytes);
+        EXPECT_EQ(need.files, files);
+    }
+    Need of_archives(const std::string& bytes) const {
+        make_file("jars/a.jar", bytes);
+        return need_of_archives(here.file("jars"), 512);
+    }
+};
+
+} // namespace
+
+TEST_F(Needs, OfArchivesAreTheSizesOfTheirFilesInWholeBlocks) {
+    make_file("jars/a.jar", archive({{"dir/", 0}, {"dir/one", 1}, {"dir/two", 512}}));
+    make_file("jars/b.jar", archive({{"three", 513}}));
+    make_file("jars/c.zip", archive({{"four", 4000}}));
+    make_file("jars/deep/d.jar", archive({{"five", 5000}}));
+    expect(need_of_archives(here.file("jars"), 512), 512 + 512 + 1024, 4);
+    expect(need_of_archives(here.file("jars"), 1), 1 + 512 + 513, 4);
+}
+
+TEST_F(Needs, OfAnArchiveAreFoundBeforeItsComment) {
+    expect(of_archives(archive({{"file", 10}}, "a comment")), 512, 1);
+    expect(of_archives(archive({{"file", 10}}, std::string(65535, 'x'))), 512, 1);
+    expect(of_archives(archive({})), 0, 0);
+}
+
+TEST_F(Needs, OfWhatIsNoArchiveAreNothing) {
+    const std::string whole = archive({{"one", 10}, {"two", 20}});
+    expect(of_archives(""), 0, 0);
+    expect(of_archives("PK\5\6"), 0, 0);
+    expect(of_archives(std::string(100000, 'x')), 0, 0);
+    for (std::size_t length = 0; length < whole.size(); ++length)
+        expect(of_archives(whole.substr(0, length)), 0, 0);
+    expect(need_of_archives(here.file("missing"), 512), 0, 0);
+    std::filesystem::remove(here.file("jars/a.jar"));
+    std::filesystem::create_directory(here.file("jars/directory.jar"));
+    mkfifo(here.file("jars/pipe.jar").c_str(), 0600);
+    expect(need_of_archives(here.file("jars"), 512), 0, 0);
+}
+
+TEST_F(Needs, OfATableThatDoesNotLieInTheFileAreNothing) {
+    const std::string end = "PK\5\6" + std::string(8, '\0');
+    for (const unsigned long length : {1UL, 46UL, 0x7fffffffUL, 0xffffffffUL})
+        for (const unsigned long start : {1UL, 0xffffffffUL})
+            expect(of_archives(end + number(length, 4) + number(start, 4) + number(0, 2)), 0, 0);
+}
+
+TEST_F(Needs, OfATableWithOtherRecordsEndThere) {
+    std::string bytes = archive({{"one", 10}, {"two", 20}});
+    bytes[bytes.rfind("PK\1\2" + std::string(20, '\0'))] = 'X';
+    expect(of_archives(bytes), 512, 1);
+    // A name that is longer than the table.
+    bytes = archive({{"one", 10}});
+    bytes.replace(bytes.find("PK\1\2") + 28, 2, number(0xffff, 2));
+    expect(of_archives(bytes), 512, 1);
+}
+
+TEST_F(Needs, OfATreeAreThoseOfItsFilesAndDirectories) {
+    make_file("tree/one", "1");
+    make_file("tree/dir/two", std::string(513, '2'));
+    make_link("tree/link", "one");
+    mkfifo(here.file("tree/pipe").c_str(), 0600);
+    expect(need_of_tree(here.file("tree"), 512), 512 + 1024 + 512, 5);
+    expect(need_of_tree(here.file("missing"), 512), 0, 0);
+}

@@ -1,0 +1,144 @@
+#include "setupLauncher/start_failure.h"
+
+#include "launch_fixture.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace {
+
+class StartFailureTest : public LaunchFixture {
+  protected:
+    std::string make(const std::string& name, const std::string& bytes, unsigned mode = 0755) {
+        const std::string path = make_file(name, bytes);
+        std::filesystem::permissions(path, std::filesystem::perms(mode));
+        return path;
+    }
+
+    static std::string told(const std::string& path, int error, const std::string& scratch = "") {
+        const Said said = said_by([&] { complain_of_start({path, error}, {path, "x"}, scratch); });
+        EXPECT_EQ(said.out, "");
+        return said.err;
+    }
+
+    // The line about `path` with `remedies` behind it.
+    static std::string line(const char* key, std::vector<std::string> args, int error,
+                            const std::vector<const char*>& remedies = {"S_REMEDY_JRELOC"}) {
+        args.insert(args.begin() + 1, std::strerror(error));
+        std::string text = shown(key, args);
+        for (const char* remedy : remedies)
+            text += " " + shown(remedy, {"%s", "%s", "%s"});
+        return text + "\n";
+    }
+};
+
+} // namespace
+
+TEST_F(StartFailureTest, TellsTheKindOfFileThatTheSystemRefuses) {
+    const std::string refused = make("refused", "x", 0644);
+    EXPECT_EQ(told(refused, EACCES), line("S_START_NOT_EXECUTABLE", {refused}, EACCES));
+    EXPECT_EQ(told(room.path(), EACCES), line("S_START_DIRECTORY", {room.path()}, EACCES));
+    EXPECT_EQ(told("/dev/null", EACCES), line("S_START_NO_PROGRAM", {"/dev/null"}, EACCES));
+    const std::string fine = make("fine", "#!/bin/sh\n");
+    EXPECT_EQ(told(fine, EACCES), line("S_START_NOEXEC", {fine}, EACCES));
+    EXPECT_EQ(told(fine, EPERM), line("S_START_NOEXEC", {fine}, EPERM));
+    EXPECT_EQ(told(fine, ENOEXEC), line("S_START_NO_PROGRAM", {fine}, ENOEXEC));
+}
+
+TEST_F(StartFailureTest, TellsAnInterpreterThatIsMissingOrRefused) {
+    const std::string shell = make("shell", "x", 0644);
+    const std::string refused = make("refused", "#!" + shell + "\n");
+    EXPECT_EQ(told(refused, EACCES), line("S_START_NO_RUNNER", {refused, shell}, EACCES));
+    const std::string missing = make("missing", "#! /no/such/shell -e\n");
+    EXPECT_EQ(told(missing, ENOENT),
+              line("S_START_NO_RUNNER", {missing, "/no/such/shell"}, ENOENT));
+    const std::string foreign = make("foreign", "#!/bin/sh\r\n");
+    EXPECT_EQ(told(foreign, ENOENT), line("S_START_CARRIAGE_RETURN", {foreign}, ENOENT));
+    // A file that names nothing is there, and nothing more is known.
+    const std::string plain = make("plain", "x");
+    EXPECT_EQ(told(plain, ENOENT), line("S_START_OTHER", {plain}, ENOENT));
+}
+
+TEST_F(StartFailureTest, TellsWhereTheWayToAProgramEnds) {
+    const std::string file = make("file", "x");
+    EXPECT_EQ(told("/no/such/java", ENOENT),
+              line("S_START_OBSTACLE", {"/no/such/java", "/no"}, ENOENT));
+    EXPECT_EQ(told(file + "/java", ENOTDIR),
+              line("S_START_OBSTACLE", {file + "/java", file}, ENOTDIR));
+    EXPECT_EQ(told(room.file("java"), ENOENT), line("S_START_OTHER", {room.file("java")}, ENOENT));
+    EXPECT_EQ(told("java", ENOENT), line("S_START_NOT_FOUND", {"java"}, ENOENT));
+}
+
+TEST_F(StartFailureTest, TellsTheDirectoryThatMayNotBeSearched) {
+    make("closed/bin/java", "x");
+    std::filesystem::permissions(room.path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(room.file("closed"), std::filesystem::perms(0));
+    const auto call = [this] {
+        EXPECT_EQ(
+            told(room.file("closed/bin/java"), EACCES),
+            line("S_START_CLOSED", {room.file("closed/bin/java"), room.file("closed")}, EACCES));
+    };
+    // The fixture's files are there already; only the looking needs an ordinary user.
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && setuid(65534) != 0)
+            _exit(2);
+        call();
+        std::fflush(nullptr);
+        _exit(HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    std::filesystem::permissions(room.file("closed"), std::filesystem::perms(0755));
+}
+
+TEST_F(StartFailureTest, NamesNoOtherRuntimeWhereThatIsNoRemedy) {
+    const std::string file = make("file", "x");
+    EXPECT_EQ(told(file, ETXTBSY), line("S_START_BUSY", {file}, ETXTBSY, {}));
+    EXPECT_EQ(told(file, ENOMEM), line("S_START_OTHER", {file}, ENOMEM, {}));
+    EXPECT_EQ(told(file, EIO), line("S_START_OTHER", {file}, EIO));
+}
+
+TEST_F(StartFailureTest, NamesAnotherScratchDirectoryForAProgramInIt) {
+    make("scratch/jre/bin/java", "x");
+    const std::string java = room.file("scratch/jre/bin/java");
+    EXPECT_EQ(told(java, EACCES, room.file("scratch")),
+              line("S_START_NOEXEC", {java}, EACCES, {"S_REMEDY_SCRATCHPATH", "S_REMEDY_JRELOC"}));
+    EXPECT_EQ(told(java, EACCES, room.file("scrat")), line("S_START_NOEXEC", {java}, EACCES));
+    EXPECT_EQ(told(java, ENOEXEC, room.file("scratch")),
+              line("S_START_NO_PROGRAM", {java}, ENOEXEC));
+}
+
+TEST_F(StartFailureTest, TellsTheWholePathOfAProgram) {
+    make("one/java", "");
+    std::filesystem::create_directory(room.file("two"));
+    std::filesystem::current_path(room.file("two"));
+    EXPECT_EQ(told("../one/java", ENOEXEC),
+              line("S_START_NO_PROGRAM", {room.file("one/java")}, ENOEXEC));
+    std::filesystem::current_path(room.path());
+}
+
+TEST_F(StartFailureTest, TellsHowLongArgumentsAndEnvironmentAre) {
+    std::size_t environment = 0;
+    std::size_t longest = 0;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        environment += std::strlen(*variable) + 1 + sizeof(char*);
+        longest = std::max(longest, std::strlen(*variable) + 1);
+    }
+    const std::string large(100000, 'x');
+    ASSERT_LT(longest, large.size());
+    const std::size_t all = environment + 6 + 8 + large.size() + 1 + 8;
+    const Said said = said_by([&] { complain_of_start({"/java", E2BIG}, {"/java", large}, ""); });
+    // The echo shows the first three arguments.
+    EXPECT_EQ(said.err,
+              shown("S_START_TOO_LONG", {"/java", std::strerror(E2BIG), std::to_string(all)}) +
+                  "\n");
+}
+
+TEST_F(StartFailureTest, TellsThatNoProgramRunsInTheScratchDirectory) {
+    const Said said = said_by([] { complain_of_refusal("/scratch", EACCES); });
+    EXPECT_EQ(said.err, line("S_START_NOEXEC", {"/scratch"}, EACCES,
+                             {"S_REMEDY_SCRATCHPATH", "S_REMEDY_JRELOC"}));
+}
