@@ -22,12 +22,19 @@ bool is_plain_file(const dirent&) {
 }
 #endif
 
+// Not every release of Solaris has it.
+#ifdef O_DIRECTORY
+constexpr int kDirectoryOnly = O_DIRECTORY;
+#else
+constexpr int kDirectoryOnly = 0;
+#endif
+
 } // namespace
 
 DIR* open_directory(const std::string& path) {
     if (directory_flags == 0)
         return opendir(path.c_str());
-    const int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
+    const int flags = O_RDONLY | kDirectoryOnly | O_NONBLOCK | O_CLOEXEC;
     int descriptor = open(path.c_str(), flags | directory_flags);
     if (descriptor < 0 && errno == EPERM)
         descriptor = open(path.c_str(), flags); // only the owner may ask for more
