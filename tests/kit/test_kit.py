@@ -67,37 +67,52 @@ def test_the_archive_is_named_and_holds_the_kit_of_no_owner_at_one_time_in_order
             for entry in entries if entry.isfile()} == files(KIT)
 
 
-def test_without_a_date_of_its_own_the_archive_has_that_of_the_last_commit_or_of_1980(tmp_path):
-    for at, wanted in ((REPO, None), (KITS + "/second/sources", None)):
-        commit = subprocess.run(["git", "-C", at + "/cmake", "log", "-1", "--format=%ct"],
-                                capture_output=True, text=True, check=False).stdout.strip()
-        wanted = int(commit or 315532800)
-        made = tmp_path / "made"
-        made.mkdir()
-        (made / "file").write_text("x")
-        done = pack(at, made, tmp_path, {})
-        assert done.returncode == 0, done.stderr
-        with tarfile.open(tmp_path / "name.tar.gz") as packed:
-            assert {entry.mtime for entry in packed.getmembers()} == {wanted}
-        shutil.rmtree(made)
+@pytest.fixture(name="made")
+def fixture_made(tmp_path):
+    """What cpack has laid out when it calls the script that packs."""
+    (tmp_path / "made").mkdir()
+    (tmp_path / "made/file").write_text("x")
+    return tmp_path / "made"
 
 
-def pack(at, made, place, variables):
+def pack(script, made, **variables):
+    environment = {name: value for name, value in os.environ.items() if name != "SOURCE_DATE_EPOCH"}
     return subprocess.run(
-        ["cmake", f"-DCPACK_PACKAGE_DIRECTORY={place}", "-DCPACK_PACKAGE_FILE_NAME=name",
-         f"-DCPACK_TEMPORARY_DIRECTORY={made}", "-P", at + "/cmake/pack-kit.cmake"],
-        env={"PATH": os.environ["PATH"], **variables}, capture_output=True, text=True, check=False)
+        ["cmake", f"-DCPACK_PACKAGE_DIRECTORY={made.parent}", "-DCPACK_PACKAGE_FILE_NAME=name",
+         f"-DCPACK_TEMPORARY_DIRECTORY={made}", "-P", script], env={**environment, **variables},
+        capture_output=True, text=True, check=False)
 
 
-def test_a_date_that_is_no_number_is_named_and_no_archive_stays_behind(tmp_path):
-    made = tmp_path / "made"
-    made.mkdir()
-    (tmp_path / "name.tar.gz").write_text("an older one")
-    done = pack(REPO, made, tmp_path, {"SOURCE_DATE_EPOCH": "yesterday"})
+def times_of(path):
+    with tarfile.open(path) as packed:
+        return {entry.mtime for entry in packed.getmembers()}
+
+
+def test_without_a_date_of_its_own_the_archive_has_that_of_the_last_commit(made):
+    shutil.copytree(REPO + "/cmake", made.parent / "repository")
+    git = ["git", "-C", str(made.parent / "repository"), "-c", "user.name=x", "-c", "user.email=x@x"]
+    run(*git, "init")
+    run(*git, "commit", "--allow-empty", "--date", "@1500000000 +0000", "-m", "x",
+        env={**os.environ, "GIT_COMMITTER_DATE": "@1600000000 +0000"})
+    done = pack(str(made.parent / "repository/pack-kit.cmake"), made)
+    assert done.returncode == 0, done.stderr
+    assert times_of(made.parent / "name.tar.gz") == {1600000000}
+
+
+def test_outside_a_repository_the_archive_has_a_date_of_1980(made):
+    shutil.copytree(REPO + "/cmake", made.parent / "sources")
+    done = pack(str(made.parent / "sources/pack-kit.cmake"), made)
+    assert done.returncode == 0, done.stderr
+    assert times_of(made.parent / "name.tar.gz") == {315532800}
+
+
+def test_a_date_that_is_no_number_is_named_and_no_archive_stays_behind(made):
+    (made.parent / "name.tar.gz").write_text("an older one")
+    done = pack(REPO + "/cmake/pack-kit.cmake", made, SOURCE_DATE_EPOCH="yesterday")
     assert done.returncode != 0
     assert 'SOURCE_DATE_EPOCH is "yesterday", which is no number of seconds since 1970' in \
         " ".join(done.stderr.split())
-    assert os.listdir(tmp_path) == ["made"]
+    assert os.listdir(made.parent) == ["made"]
 
 
 def test_nothing_in_the_kit_names_a_place_of_the_build():
