@@ -35,7 +35,7 @@ def run(*command, **options):
     return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout
 
 
-def elf(what, program=LAUNCHER):
+def elf(what, program):
     """What readelf prints of a program."""
     return run("readelf", what, "-W", program, env={"LC_ALL": "C", "PATH": os.environ["PATH"]})
 

@@ -1,5 +1,5 @@
-"""The launcher as it ships, read off the built program and its build: what it needs and how it is
-protected."""
+"""The programs as they ship, read off the built files and their build: what they need and how they
+are protected."""
 
 import json
 import os
@@ -7,8 +7,10 @@ import re
 
 import pytest
 
-from kit import C_LIBRARY, FIRST, LAUNCHER, REPO, elf, needed, read, run
+from kit import C_LIBRARY, FIRST, KIT, LAUNCHER, REPO, elf, files, needed, read, run
 
+PROGRAMS = sorted(name for name in files(KIT) if read(f"{KIT}/{name}").startswith(b"\x7fELF"))
+of_every_program = pytest.mark.parametrize("program", [f"{KIT}/{name}" for name in PROGRAMS], ids=PROGRAMS)
 DISASSEMBLY = run("objdump", "-d", "--no-show-raw-insn", LAUNCHER)
 X86_64 = os.uname().machine == "x86_64"
 
@@ -24,29 +26,38 @@ def commands(build):
     return found
 
 
-def test_it_needs_the_c_library_and_nothing_else():
-    libraries = needed(LAUNCHER)
+def test_the_launcher_is_among_them():
+    assert os.path.relpath(LAUNCHER, KIT) in PROGRAMS
+
+
+@of_every_program
+def test_it_needs_the_c_library_and_nothing_else(program):
+    libraries = needed(program)
     assert "libc.so.6" in libraries
     assert [name for name in libraries if not C_LIBRARY.fullmatch(name)] == []
 
 
-def test_it_can_lie_anywhere_in_memory():
-    assert re.search(r"Type: +DYN \(Position-Independent Executable file\)", elf("-h"))
-    assert re.search(r"FLAGS_1\) +Flags:.* PIE", elf("-d"))
+@of_every_program
+def test_it_can_lie_anywhere_in_memory(program):
+    assert re.search(r"Type: +DYN \(Position-Independent Executable file\)", elf("-h", program))
+    assert re.search(r"FLAGS_1\) +Flags:.* PIE", elf("-d", program))
 
 
-def test_its_tables_are_bound_at_the_start_and_read_only_from_then_on():
-    assert "GNU_RELRO" in elf("-l")
-    assert re.search(r"\(FLAGS\) +BIND_NOW", elf("-d"))
-    assert re.search(r"FLAGS_1\) +Flags: NOW", elf("-d"))
+@of_every_program
+def test_its_tables_are_bound_at_the_start_and_read_only_from_then_on(program):
+    assert "GNU_RELRO" in elf("-l", program)
+    assert re.search(r"\(FLAGS\) +BIND_NOW", elf("-d", program))
+    assert re.search(r"FLAGS_1\) +Flags: NOW", elf("-d", program))
 
 
-def test_its_stack_cannot_be_executed():
-    assert re.search(r"GNU_STACK .* RW +0x", elf("-l"))
+@of_every_program
+def test_its_stack_cannot_be_executed(program):
+    assert re.search(r"GNU_STACK .* RW +0x", elf("-l", program))
 
 
-def test_its_stack_is_protected():
-    assert "__stack_chk_fail" in elf("--dyn-syms")
+@of_every_program
+def test_its_stack_is_protected(program):
+    assert "__stack_chk_fail" in elf("--dyn-syms", program)
 
 
 @pytest.mark.skipif(not X86_64, reason="the probes and the landing pads of one machine")
