@@ -334,6 +334,8 @@ int run_installer(Launch& launch, bool bSync) {
     }
     if (status == kOk)
         status = start_installer(launch, args, bSync);
+    if (status == kFailed && noted_signal() != 0)
+        return kFailed; // the scratch directory may be that of another launch
     // A relative place that could not be fixed when the launch began may be any directory by now.
     if (bSync && !command_line.bIgnoreDelete && scratch.starts_with('/'))
         cleanupScratchPath(scratch);

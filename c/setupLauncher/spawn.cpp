@@ -38,6 +38,7 @@ StartFailure become(const char* program, const std::vector<std::string>& argumen
         write_flushed(log, argument + "\n");
     give_signals_back();
     StartFailure failure = become_program(program, arguments);
+    hold_signals(); // what is left is the end of the launch
     if (launcher_state::_bDebug)
         write_flushed(log, english_text("S_EXECVP_RET", {kFailed}) + "\n");
     return failure;
@@ -46,6 +47,8 @@ StartFailure become(const char* program, const std::vector<std::string>& argumen
 // The exit code of the installer, which answers every signal noted meanwhile.
 int wait_for_installer(pid_t child) {
     int status = 0;
+    if (child < 0 && noted_signal() != 0)
+        return kFailed;
     if (child < 0 || !wait_for_child(status, child))
         return kNoChildStatus;
     // A child ended by a signal has no exit code; its caller should at least read why it is gone.

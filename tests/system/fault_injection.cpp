@@ -1,5 +1,5 @@
 // A library to preload (LD_PRELOAD): makes one call of one library function
-// fail in the launcher, as a system that is out of something would.
+// fail in the launcher, as a system that is out of something would, or wait.
 //
 // FAULT_PROGRAM    absolute path of the launcher; every other program is left alone
 // FAULT_PROCESS    "launcher": calls of the process that was started count;
@@ -9,6 +9,7 @@
 // FAULT_LASTS=yes  every later call of it in the same process fails as well
 // FAULT_ERRNO      the error number that the call leaves
 // FAULT_MARKER     file made when the call has failed
+// FAULT_PAUSE      the call does not fail but waits until this file is there
 // FAULT_STOP=exit  nothing fails any more once the launcher has begun to exit
 //
 // A C library reads and writes its streams with calls of its own that nothing
@@ -78,6 +79,7 @@ int function = kFunctions;
 long calls_left = 0;
 int error_number = 0;
 char marker[PATH_MAX];
+char go_on[PATH_MAX];
 
 template <typename Call>
 Call real(const char* name) {
@@ -96,7 +98,8 @@ void make_marker() {
         real_close(descriptor);
 }
 
-// Whether this call of `called` is the one to fail; errno is set then.
+// Whether this call of `called` is the one to fail; errno is set then. Comes back late from the one
+// to wait.
 bool fails(Function called) {
     if (!active || called != function)
         return false;
@@ -109,6 +112,11 @@ bool fails(Function called) {
     if (calls_left == 0 ? !lasts : --calls_left > 0)
         return false;
     make_marker();
+    if (go_on[0] != '\0') {
+        while (access(go_on, F_OK) != 0)
+            usleep(2000);
+        return false;
+    }
     errno = error_number;
     return true;
 }
@@ -179,6 +187,7 @@ __attribute__((constructor)) void begin() {
     lasts = std::strcmp(order("FAULT_LASTS"), "yes") == 0;
     stop_at_exit = std::strcmp(order("FAULT_STOP"), "exit") == 0;
     std::snprintf(marker, sizeof marker, "%s", order("FAULT_MARKER"));
+    std::snprintf(go_on, sizeof go_on, "%s", order("FAULT_PAUSE"));
     launcher = getpid();
     stdout = stream_of(STDOUT_FILENO, "w");
     stderr = stream_of(STDERR_FILENO, "w");

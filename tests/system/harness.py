@@ -7,6 +7,7 @@ conftest.py. The programs and files under test are named by the environment:
     LAUNCHER             the launcher as built
     CATALOGUES           directory of the compiled catalogues, cons.nls
     RECORDER             the program that stands where java is
+    LISTENER             the same, and where others are, listening for signals
     CATALOGUE_COMPILER   the catalogue compiler
     DEMO_JAR             the sample installer, TalInstaller.jar
     TEST_JAVA_HOME       a Java runtime; otherwise the one of the java command
