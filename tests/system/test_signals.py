@@ -3,7 +3,6 @@ what it made is gone, and the caller learns which signal it was or, once java
 runs, what java says."""
 
 import concurrent.futures
-import fcntl
 import glob
 import os
 import random
@@ -16,10 +15,11 @@ import time
 
 import pytest
 
-from harness import (RECORDS, Home, assert_no_sanitizer_report, assert_same, en, group_lives,
-                     is_sanitized, set_inventory, tool, write_file, write_script)
-from prereq_texts import GENERIC, PKGINFO
-from stage import CORE, MINIMAL, TESSEL, CopyHome, Stage
+from harness import (INVENTORY, RECORDS, Home, Record, assert_no_sanitizer_report, assert_same,
+                     en, group_lives, is_sanitized, read_file, set_inventory, tool, write_file,
+                     write_script)
+from prereq_texts import GENERIC, PKGINFO, prints
+from stage import CORE, JRE, MINIMAL, TESSEL, ZUL, CopyHome, Stage
 
 HUP, INT, QUIT, TERM, PIPE, XFSZ = (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM,
                                     signal.SIGPIPE, signal.SIGXFSZ)
@@ -33,6 +33,7 @@ MARKS = "/var/marks"
 READY, GOT, GO_ON = (f"{MARKS}/{name}" for name in ("ready", "got", "go_on"))
 JAVA_STATUS = 7
 TRAPPED = 5
+JVM = ("-silent", "DEMO_WRITE=ready", "DEMO_SLEEP=60")
 
 
 # ---- places ---------------------------------------------------------------
@@ -86,8 +87,8 @@ def pausing(function, process="launcher"):
 # which it makes READY)}
 MOMENTS = {
     "check": (make_check, {}),
-    "question": (make_question, "S_CONTINUE"),
-    "prompt": (make_prompt, "S_SPECIFY_JRE_LOCATION"),
+    "question": (make_question, en("S_CONTINUE").strip()),
+    "prompt": (make_prompt, en("S_SPECIFY_JRE_LOCATION").strip()),
     "unzip": (make_unzip, {}),
     "copy": (CopyHome, pausing("chmod")),
     "before fork": (CopyHome, pausing("fork")),
@@ -133,7 +134,7 @@ class Trial:
         if isinstance(arrival, dict):
             wait_for(lambda: os.path.exists(READY), "the launch does not come to the moment")
         else:
-            self.terminal.expect(en(arrival).strip())
+            self.terminal.expect(arrival)
 
     def send(self, number, way):
         if way == "pid":
@@ -153,8 +154,8 @@ class Trial:
     def release(self):
         open(GO_ON, "wb").close()
 
-    def end(self):
-        """The status; nothing of the launch is left."""
+    def end(self, left=()):
+        """The status; nothing of the launch is left but these scratch directories."""
         self.output = b""
         if not self.hung_up:
             while self.terminal.read_more():
@@ -162,7 +163,7 @@ class Trial:
             self.output = self.terminal.output.replace(b"\r\n", b"\n")
         status = self.process.wait(10)
         assert not group_lives(self.process.pid), "a process is left"
-        assert glob.glob("/tmp/TalInstall*") == []
+        assert glob.glob("/tmp/TalInstall*") == list(left)
         if not self.hung_up:
             assert termios.tcgetattr(self.terminal.ours) == self.modes
             os.close(self.terminal.ours)
@@ -235,3 +236,328 @@ def test_a_signal_ends_what_it_has_to_and_leaves_nothing(at, moment, way, number
         assert en("S_BOOTSTRAP_FAILED") not in trial.output
     if moment == "removal":
         assert ended_by(number) not in trial.output
+
+
+# ---- a real JVM -----------------------------------------------------------
+
+@pytest.mark.parametrize("way, number", [pair for pair in ways() if pair[1] in (HUP, INT, TERM)])
+def test_a_jvm_ends_by_itself_and_its_status_is_the_launchers(home, way, number):
+    home.use_real_java()
+    trial = Trial(home, "wrote: ready", arguments=JVM)
+    trial.send(number, way)
+    assert trial.end() == 128 + number
+
+
+@pytest.mark.parametrize("way", WAYS)
+def test_quit_gives_a_thread_dump_of_the_jvm_and_the_launch_goes_on(home, way):
+    home.use_real_java()
+    trial = Trial(home, "wrote: ready", arguments=JVM)
+    trial.send(QUIT, way)
+    trial.terminal.expect("Full thread dump")
+    trial.send(TERM, "pid")
+    assert trial.end() == 128 + TERM
+
+
+# ---- what is the launch's own ---------------------------------------------
+
+def interrupted(place, moment, *arguments):
+    """A launch with these arguments that a signal ends at a moment."""
+    trial = Trial(place, MOMENTS[moment][1], "dies", arguments)
+    trial.send(TERM, "pid")
+    trial.release()
+    return trial
+
+
+@pytest.fixture(name="copy_home")
+def fixture_copy_home(root_as_new):
+    del root_as_new
+    set_inventory()
+    place = CopyHome()
+    yield place
+    place.end()
+
+
+@pytest.mark.parametrize("moment", ["copy", "before fork"])
+def test_a_scratch_directory_of_another_launch_stays(copy_home, moment):
+    write_file("/var/given/theirs", "theirs")
+    trial = interrupted(copy_home, moment, "-rscratchPath", "/var/given")
+    assert trial.end() == -TERM
+    assert os.path.exists("/var/given/theirs")
+
+
+def test_a_directory_to_unpack_to_stays(copy_home):
+    os.mkdir("/var/unpacked")
+    trial = interrupted(copy_home, "copy", "-bootstrapOnly", "BOOTSTRAP_LOC=/var/unpacked")
+    assert trial.end() == -TERM
+    assert os.listdir("/var/unpacked") != []
+
+
+def test_a_scratch_directory_that_is_to_be_kept_stays(copy_home):
+    trial = interrupted(copy_home, "copy", "-noCleanupOnExit", "-timestamp", "kept")
+    assert trial.end(left=["/tmp/TalInstallkept"]) == -TERM
+
+
+def test_the_signal_is_recorded_in_the_log_where_that_stays(copy_home):
+    trial = interrupted(copy_home, "copy", "-timestamp", "T")
+    assert trial.end() == -TERM
+    log = read_file(f"{INVENTORY}/logs/installActionsT.log")
+    assert log.endswith(b"\n" + en("S_LAUNCH_SIGNALLED", "SIGTERM", 15) + b"\n")
+
+
+def test_a_copy_ends_with_the_file_that_it_has_come_to(copy_home):
+    write_file(copy_home.trees + "/zul/jlib/more.jar", "more")
+    os.mkdir("/var/given")
+    trial = interrupted(copy_home, "copy", "-rscratchPath", "/var/given")
+    assert trial.end() == -TERM
+    assert [names for _, _, names in os.walk("/var/given") if names] == [["java"]]
+
+
+# ---- what java is told, and what not --------------------------------------
+
+def callers(place, *words):
+    """The launches of a place are made by a script with these words before exec."""
+    real = place.launcher
+    place.launcher = write_script(place.dir + "/caller", "\n".join(
+        (*words[:-1], f'{words[-1]} {real} "$@"\n')))
+
+
+def wait_for_record():
+    wait_for(lambda: os.path.exists(RECORDS + "/record.json"), "java is not started")
+    return Record(read_file(RECORDS + "/record.json"))
+
+
+def masks(*numbers):
+    return sum(1 << number - 1 for number in numbers)
+
+
+def test_what_the_caller_ignores_or_holds_back_stays_so_for_launcher_and_java(copy_home):
+    callers(copy_home, "exec env --ignore-signal=HUP,PIPE --block-signal=TERM,USR1")
+    os.makedirs(MARKS)
+    terminal = copy_home.terminal(java={"exit": JAVA_STATUS, "wait_for": GO_ON})
+    record = wait_for_record()
+    assert record.signals_ignored & masks(*signal.Signals) == masks(HUP, PIPE)
+    assert record.signals_blocked == masks(TERM, signal.SIGUSR1)
+    for number in (HUP, PIPE, TERM):
+        terminal.process.send_signal(number)
+    open(GO_ON, "wb").close()
+    terminal.finish().assert_status(JAVA_STATUS)
+
+
+def test_java_gets_every_disposition_and_mask_of_an_ordinary_launch(copy_home):
+    launch = copy_home.launch("-silent")
+    assert (launch.record.signals_blocked, launch.record.signals_ignored) == (0, 0)
+
+
+def test_children_of_the_calling_script_are_reaped_and_passed_over(copy_home):
+    os.makedirs(MARKS)
+    callers(copy_home, "sh -c 'exit 3' &", f"echo $! > {MARKS}/other", "exec")
+    terminal = copy_home.terminal(java={"exit": JAVA_STATUS, "wait_for": GO_ON})
+    record = wait_for_record()
+    other = int(content_of(MARKS + "/other"))
+    wait_for(lambda: not os.path.exists(f"/proc/{other}"), "the other child is not reaped")
+    assert terminal.process.poll() is None and os.path.exists(record.scratch)
+    open(GO_ON, "wb").close()
+    terminal.finish().assert_status(JAVA_STATUS)
+    assert glob.glob("/tmp/TalInstall*") == []
+
+
+def test_a_launch_that_does_not_wait_leaves_java_alone(copy_home):
+    os.makedirs(MARKS)
+    put_listener(copy_home.jre + "/bin/java")
+    copy_home.ini(WAIT_FOR_COMPLETION=None)
+    launch = copy_home.launch("-silent", wait_for_java=False, env={
+        "LISTENER_DIRECTORY": MARKS, "LISTENER_DOES": "ignores"})
+    launch.assert_status(0)
+    wait_for(lambda: os.path.exists(READY), "java is not started")
+    assert launch.running and content_of(GOT) == b""
+    open(GO_ON, "wb").close()
+    wait_for(lambda: not launch.running, "java does not end")
+
+
+def test_a_storm_of_signals_ends_nothing_that_ignores_them(at):
+    trial = at("java", "ignores")
+    for _ in range(50):
+        for number in (INT, QUIT, HUP, TERM, PIPE, XFSZ):
+            trial.send(number, "pid")
+        trial.send(INT, "terminal")
+    wait_for(lambda: trial.got, "java does not get a signal")
+    trial.release()
+    assert trial.end() == JAVA_STATUS
+
+
+def test_the_callers_options_for_unzip_reach_java_alone(root_as_new):
+    del root_as_new
+    set_inventory()
+    stage = Stage()
+    options = {"UNZIP": "-l", "UNZIPOPT": "-x *"}
+    launch = stage.launch("-silent", env=options)
+    launch.assert_status(0)
+    assert launch.record.tree["zul/jlib/core.jar"] == ("file", 0o750, b"core")
+    assert options.items() <= launch.record.environ.items()
+
+
+# ---- shells ---------------------------------------------------------------
+
+class Shell:
+    """A shell on a terminal, in which the launcher of a place is a job."""
+
+    def __init__(self, place, *words, **changes):
+        self.place = place
+        self.real = place.launcher
+        place.launcher = "/bin/bash"
+        os.makedirs(MARKS, exist_ok=True)
+        self.terminal = place.terminal(*words, argv0="bash", env={
+            "PS1": "$ ", "LISTENER_DIRECTORY": MARKS, "LISTENER_DOES": "ignores",
+            "LISTENER_EXIT": str(JAVA_STATUS), **changes})
+
+    def type(self, text):
+        self.terminal.type(text)
+
+
+@pytest.mark.parametrize("moment", ["java", "question"])
+def test_a_launch_can_be_stopped_and_go_on_in_the_foreground(root_as_new, moment):
+    del root_as_new
+    set_inventory()
+    place = MOMENTS[moment][0]()
+    shell = Shell(place, "--norc", "-i")
+    shell.type(f"{shell.real}\n")
+    if moment == "java":
+        wait_for(lambda: os.path.exists(READY), "java is not started")
+    else:
+        shell.terminal.expect(MOMENTS[moment][1])
+    shell.type("\x1a")
+    shell.terminal.expect("Stopped")
+    shell.type("fg; echo status $?\n")
+    shell.terminal.expect("setupLauncher\r\n")
+    if moment == "java":
+        open(GO_ON, "wb").close()
+        shell.terminal.expect(f"status {JAVA_STATUS}\r\n")
+    else:
+        shell.type("n\n")
+        shell.terminal.expect("status 255\r\n")
+    shell.type("exit 0\n")
+    shell.terminal.finish()
+    place.end()
+
+
+def test_a_question_of_a_job_in_the_background_stops_it(root_as_new):
+    del root_as_new
+    set_inventory()
+    place = make_question()
+    shell = Shell(place, "--norc", "-i")
+    shell.type(f"set -b; {shell.real} &\n")
+    shell.terminal.expect("Stopped")
+    shell.type("fg\n")
+    shell.terminal.expect("setupLauncher\r\n")
+    shell.type("\x03")
+    shell.terminal.expect("$ ")
+    shell.type("echo status $?\n")
+    shell.terminal.expect("status 130\r\n")
+    shell.type("exit 0\n")
+    shell.terminal.finish()
+    place.end()
+
+
+@pytest.mark.parametrize("moment, does", [("unzip", "traps"), ("java", "dies")])
+def test_a_script_ends_with_the_launch_that_the_operator_interrupts(root_as_new, moment, does):
+    del root_as_new
+    set_inventory()
+    place = MOMENTS[moment][0]()
+    shell = Shell(place, "-c", f"{place.launcher}; echo the script goes on", LISTENER_DOES=does)
+    wait_for(lambda: os.path.exists(READY), "the launch does not come to the moment")
+    shell.type("\x03")
+    launch = shell.terminal.finish()
+    assert launch.status == -INT
+    assert b"the script goes on" not in launch.stdout
+    assert glob.glob("/tmp/TalInstall*") == []
+    place.end()
+
+
+# ---- signals of the kernel ------------------------------------------------
+
+def test_an_output_that_nobody_reads_ends_the_launch_before_java(copy_home):
+    reading, writing = os.pipe()
+    os.close(reading)
+    process = subprocess.Popen([copy_home.launcher, "-silent"], stdout=writing, env=copy_home.environment(),
+                               stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, cwd=copy_home.dir)
+    os.close(writing)
+    _, stderr = process.communicate(timeout=20)
+    assert_same(stderr, ended_by(PIPE))
+    assert process.returncode == -PIPE
+    assert glob.glob("/tmp/TalInstall*") == []
+    assert os.listdir(RECORDS) == []
+
+
+def test_an_output_that_nobody_reads_ends_a_launch_that_fails(home):
+    reading, writing = os.pipe()
+    os.close(reading)
+    home.ini((GENERIC, {"PROCESSOR": "none"}))
+    process = subprocess.Popen([home.launcher, "-silent"], stdout=writing, env=home.environment(),
+                               stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, cwd=home.dir)
+    os.close(writing)
+    _, stderr = process.communicate(timeout=20)
+    assert_same(stderr, ended_by(PIPE))
+    assert process.returncode == -PIPE
+    assert glob.glob("/tmp/TalInstall*") == []
+
+
+def test_a_limit_of_file_sizes_ends_the_launch_before_java(copy_home):
+    launch = copy_home.launch("-silent", limits={resource.RLIMIT_FSIZE: (4096, 4096)})
+    launch.assert_status(-XFSZ)
+    assert_same(launch.stderr, ended_by(XFSZ))
+    assert launch.scratches == [] and launch.record is None
+
+
+def test_a_log_that_cannot_take_the_command_does_not_keep_java_from_starting(home):
+    write_file(home.jre + "/bin/java", f"#!/bin/sh\nexit {JAVA_STATUS}\n", 0o755)
+    log = home.launch("-silent", "-timestamp", "one").assert_status(JAVA_STATUS).log
+    limit = log.index(en("S_EXECVP_ARGS", home.jre + "/bin/java")[:10]) + 20
+    launch = home.launch("-silent", "-timestamp", "two",
+                         limits={resource.RLIMIT_FSIZE: (limit, limit)})
+    launch.assert_status(JAVA_STATUS)
+    assert len(launch.log) == limit and launch.stderr == b""
+
+
+# ---- at any moment --------------------------------------------------------
+
+LAUNCHES = 500
+
+
+def launch_and_signal(place, number, temp, longest):
+    """One launch that gets a signal at a random moment; what it ended with and
+    what is left of it."""
+    process = subprocess.Popen(
+        [place.launcher, "-silent", "-waitForCompletion"], cwd=place.dir,
+        env=place.environment({"TEMP": temp}), stdin=subprocess.DEVNULL,
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+    time.sleep(random.uniform(0, longest))
+    try:
+        random.choice((os.kill, os.killpg))(process.pid, number)
+    except ProcessLookupError:
+        pass
+    status = process.wait(30)
+    return status, group_lives(process.pid), os.listdir(temp)
+
+
+def test_five_hundred_launches_with_a_signal_at_any_moment_leave_nothing(root_as_new):
+    del root_as_new
+    set_inventory()
+    stage = Stage()
+    for name in (CORE, MINIMAL, TESSEL):
+        stage.remove(name)
+    stage.component(JRE, "1.0", {"jre/1.0/bin/java": "#!/bin/sh\nexec sleep 0.02\n"})
+    stage.ini((GENERIC, {"PACKAGES": "SUNWcsr"}), BOOTSTRAP_COMPS=f"{ZUL},{JRE}")
+    prints(PKGINFO, "system SUNWcsr")
+    begun = time.monotonic()
+    stage.launch("-silent", "-waitForCompletion").assert_status(0)
+    longest = (time.monotonic() - begun) * 1.5
+    temps = [f"/tmp/{number}" for number in range(LAUNCHES)]
+    for temp in temps:
+        os.mkdir(temp)
+    with concurrent.futures.ThreadPoolExecutor(3) as pool:
+        ends = list(pool.map(lambda temp: (number := random.choice(HANDED_ON),
+                                           launch_and_signal(stage, number, temp, longest)), temps))
+    assert {end for _, end in ends if end[1:] != (False, [])} == set()
+    assert {(number.name, end[0]) for number, end in ends if end[0] not in (0, -number)} == set()
+    assert {end[0] for _, end in ends} >= {0, -HUP, -INT, -QUIT, -TERM}
+    stage.end()
