@@ -158,11 +158,11 @@ void end_by_signal(int number) {
     core.rlim_cur = 0;
     setrlimit(RLIMIT_CORE, &core);
     give_default(number);
-    raise(number);
     sigset_t only;
     sigemptyset(&only);
     sigaddset(&only, number);
     sigprocmask(SIG_UNBLOCK, &only, nullptr);
+    raise(number);
     _exit(kEndedBySignal + number); // the first process of a system survives its signals
 }
 

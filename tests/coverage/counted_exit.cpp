@@ -1,4 +1,6 @@
-// Stands before the C library's _exit in a build for coverage: the counters are written first.
+// Stands before the C library's _exit and raise in a build for coverage: the counters are written
+// first.
+#include <csignal>
 #include <cstdlib>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -8,14 +10,23 @@ extern "C" {
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's name
 void __gcov_dump();
 
-void _exit(int status) {
+static void write_counters() {
     // Writing them takes memory; without any, the program's own end is worth more.
     if (void* memory = std::malloc(1 << 16)) {
         std::free(memory);
         __gcov_dump();
     }
+}
+
+void _exit(int status) {
+    write_counters();
     for (;;)
         syscall(SYS_exit_group, status);
+}
+
+int raise(int number) noexcept {
+    write_counters();
+    return kill(getpid(), number);
 }
 
 } // extern "C"

@@ -475,30 +475,27 @@ def test_a_script_ends_with_the_launch_that_the_operator_interrupts(root_as_new,
 
 # ---- signals of the kernel ------------------------------------------------
 
-def test_an_output_that_nobody_reads_ends_the_launch_before_java(copy_home):
+def assert_ended_unread(place):
+    """A launch to whose output nobody listens."""
     reading, writing = os.pipe()
     os.close(reading)
-    process = subprocess.Popen([copy_home.launcher, "-silent"], stdout=writing, env=copy_home.environment(),
-                               stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, cwd=copy_home.dir)
+    process = subprocess.Popen(
+        [place.launcher, "-silent"], cwd=place.dir, env=place.environment(),
+        stdin=subprocess.DEVNULL, stdout=writing, stderr=subprocess.PIPE)
     os.close(writing)
     _, stderr = process.communicate(timeout=20)
     assert_same(stderr, ended_by(PIPE))
     assert process.returncode == -PIPE
-    assert glob.glob("/tmp/TalInstall*") == []
-    assert os.listdir(RECORDS) == []
+    assert glob.glob("/tmp/TalInstall*") == [] and os.listdir(RECORDS) == []
+
+
+def test_an_output_that_nobody_reads_ends_the_launch_before_java(copy_home):
+    assert_ended_unread(copy_home)
 
 
 def test_an_output_that_nobody_reads_ends_a_launch_that_fails(home):
-    reading, writing = os.pipe()
-    os.close(reading)
     home.ini((GENERIC, {"PROCESSOR": "none"}))
-    process = subprocess.Popen([home.launcher, "-silent"], stdout=writing, env=home.environment(),
-                               stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, cwd=home.dir)
-    os.close(writing)
-    _, stderr = process.communicate(timeout=20)
-    assert_same(stderr, ended_by(PIPE))
-    assert process.returncode == -PIPE
-    assert glob.glob("/tmp/TalInstall*") == []
+    assert_ended_unread(home)
 
 
 def test_a_limit_of_file_sizes_ends_the_launch_before_java(copy_home):

@@ -1,5 +1,6 @@
 #include "base/launcher_state.h"
 #include "log/install_log.h"
+#include "noted_signal.h"
 #include "tree_fixture.h"
 
 namespace {
@@ -150,6 +151,15 @@ TEST_F(CopyJarsTest, KeepsTheCallersOptionsForUnzipFromUnzipAlone) {
     EXPECT_EQ(unpacked(jars, dest, start).shown, "none none stays\n");
     EXPECT_STREQ(std::getenv("UNZIP"), "-l");
     EXPECT_STREQ(std::getenv("UNZIPOPT"), "-x *");
+}
+
+TEST_F(CopyJarsTest, RunsNothingAndComplainsOfNothingOnceASignalIsNoted) {
+    const std::string start = make_unzip("start");
+    const NotedSignal signal;
+    const Unpacked result = unpacked(here.file("missing"), dest, start);
+    EXPECT_EQ(result.status, kFailed);
+    EXPECT_EQ(result.shown + result.complaint, "");
+    EXPECT_FALSE(exists(here.file("start/unzip.args")));
 }
 
 TEST_F(CopyJarsTest, NamesASourceThatDoesNotExistInTheLogAndOnStandardError) {

@@ -1,4 +1,5 @@
 #include "base/directory.h"
+#include "noted_signal.h"
 #include "tree_fixture.h"
 #include "volume_stand_in.h"
 
@@ -183,6 +184,22 @@ TEST_F(SetPermission, ChangesEverythingBelowWithTheRecursiveFlag) {
     setPermission(tree.c_str(), 0751, 1);
     for (const char* name : {"", "/file", "/.hidden", "/a", "/a/b", "/a/b/file", "/empty"})
         EXPECT_EQ(mode_of(tree + name), 0751U) << name;
+}
+
+TEST_F(CopyFile, FailsOnceASignalIsNoted) {
+    const std::string source = make_file("source", std::string(5000, 'x'));
+    const NotedSignal signal;
+    EXPECT_EQ(copied_file(source, here.file("dest")), kFailed);
+    EXPECT_EQ(bytes_of(here.file("dest")).size(), 1024U);
+}
+
+TEST_F(SetPermission, ChangesNothingBelowOnceASignalIsNoted) {
+    const std::string file = make_file("top/file");
+    set_mode(file, 0600);
+    const NotedSignal signal;
+    setPermission(here.file("top").c_str(), 0750, 1);
+    EXPECT_EQ(mode_of(here.file("top")), 0750U);
+    EXPECT_EQ(mode_of(file), 0600U);
 }
 
 TEST_F(SetPermission, ChangesAFileGivenAsItsTop) {

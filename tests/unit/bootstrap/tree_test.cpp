@@ -1,3 +1,4 @@
+#include "noted_signal.h"
 #include "tree_fixture.h"
 
 namespace {
@@ -363,6 +364,20 @@ TEST_F(DeletionOfATree, RemovesALinkBackIntoItsOwnParents) {
     make_link("tree/self", ".");
     make_link("tree/a/b/up", "..");
     make_link("tree/a/b/root", "../..");
+    EXPECT_EQ(deleted_tree(tree), kOk);
+    EXPECT_FALSE(exists(tree));
+}
+
+TEST_F(CopyOfATree, EndsAndFailsOnceASignalIsNoted) {
+    make_file("tree/a/file", "bytes");
+    const NotedSignal signal;
+    EXPECT_EQ(CopyDirRecursive(tree.c_str(), here.file("copy").c_str()), kFailed);
+    EXPECT_FALSE(exists(here.file("copy")));
+}
+
+TEST_F(DeletionOfATree, IsDoneWholeAlsoOnceASignalIsNoted) {
+    make_file("tree/a/b/file");
+    const NotedSignal signal;
     EXPECT_EQ(deleted_tree(tree), kOk);
     EXPECT_FALSE(exists(tree));
 }

@@ -1,6 +1,7 @@
 #include "platform/console_input.h"
 
 #include "launch_fixture.h"
+#include "noted_signal.h"
 #include "terminal.h"
 
 #include <csignal>
@@ -137,6 +138,16 @@ TEST(ReadConsoleLine, ASignalWhileWaitingDoesNotEndTheLine) {
     EXPECT_EQ(line, "a late");
     EXPECT_FALSE(read_console_line(line));
     sigaction(SIGALRM, &before, nullptr);
+}
+
+TEST(ReadConsoleLine, ReadsNothingOnceASignalIsNoted) {
+    const StandardInput input(pipe_of("answer\n"));
+    {
+        const NotedSignal signal;
+        std::string line;
+        EXPECT_FALSE(read_console_line(line));
+    }
+    EXPECT_EQ(all_lines(), Lines{"answer"});
 }
 
 // --- What was typed ahead

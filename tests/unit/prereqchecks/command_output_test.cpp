@@ -1,6 +1,7 @@
 #include "prereqchecks/command_output.h"
 
 #include "log/install_log.h"
+#include "noted_signal.h"
 #include "unit_surroundings.h"
 #include "volume_stand_in.h"
 
@@ -96,6 +97,13 @@ TEST(GetCommandOutput, IsNothingWhenNoProcessCanBeStarted) {
         ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
         EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
     });
+}
+
+TEST(GetCommandOutput, IsNothingOnceASignalIsNoted) {
+    const TemporaryDirectory scratch;
+    const NotedSignal signal;
+    EXPECT_EQ(GetCommandOutput("echo text", scratch.path()), std::nullopt);
+    EXPECT_FALSE(std::filesystem::exists(output_file(scratch.path())));
 }
 
 TEST(GetCommandOutput, CountsWhenASignalEndsTheCommandWhichIsTold) {

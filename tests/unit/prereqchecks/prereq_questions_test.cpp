@@ -1,4 +1,4 @@
-#include "platform/signals.h"
+#include "noted_signal.h"
 #include "prereqchecks/prereq_fixture.h"
 #include "terminal.h"
 
@@ -357,6 +357,20 @@ TEST_F(PrereqEndTest, TheEndOfTheInputIsNoAnswerAndWhatIsTypedBehindItIsOne) {
                            shown("S_CONTINUE") + shown("S_CONTINUE") +
                            shown("S_IGNORE_REQ_SYS_PREREQ"));
     EXPECT_EQ(end.status, 0);
+}
+
+TEST_F(PrereqEndTest, OnceASignalIsNotedNothingIsCheckedAskedOrSaid) {
+    write_file("[Generic Prereqs]\n" + kFailingProcessor);
+    for (const bool only_execute : {false, true}) {
+        const ChildEnd end = end_of_child([&] {
+            const NotedSignal signal;
+            checkPreReqs({file, scratch, "STAMP", "/log", true, room.file("none"), only_execute,
+                          true, false, true});
+            return noted_signal();
+        });
+        EXPECT_EQ(WEXITSTATUS(end.status), SIGTERM);
+        EXPECT_EQ(end.out + end.err, "");
+    }
 }
 
 TEST_F(PrereqEndTest, AClosedStandardInputRepeatsTheQuestionOnceASecondWithoutEnd) {

@@ -382,6 +382,19 @@ TEST_F(CurrentDirectory, ThatCannotBeReadIsShownWithTheSystemsError) {
     EXPECT_EQ(path, "/before");
 }
 
+TEST_F(GetScratchPathTest, MakesWhatIsRemovedAsTheLaunchesOwn) {
+    const TemporaryDirectory base;
+    const Variable temp("TEMP", base.path());
+    removeMadeScratch(); // of another test, which is gone
+    std::string scratch;
+    EXPECT_EQ(GetScratchPath(scratch), kOk);
+    std::filesystem::create_directory(base.file("kept"));
+    EXPECT_TRUE(std::filesystem::exists(scratch));
+    removeMadeScratch();
+    EXPECT_FALSE(std::filesystem::exists(scratch));
+    EXPECT_TRUE(std::filesystem::exists(base.file("kept")));
+}
+
 TEST(CleanupScratchPath, DeletesTheTreeWithItsRootWithoutAWord) {
     const TemporaryDirectory here;
     std::filesystem::create_directories(here.file("scratch/a/b"));
