@@ -9,7 +9,6 @@
 
 namespace {
 
-// A job in the background is to be stopped by the read, as the shell expects.
 bool in_background() {
     const pid_t foreground = tcgetpgrp(STDIN_FILENO);
     return foreground != -1 && foreground != getpgrp();
@@ -19,7 +18,10 @@ bool in_background() {
 // answered only after the next line.
 void await_input() {
     hold_signals();
-    bool ready = in_background();
+    // As the read would do it: the shell is to see that a job in the background wants input.
+    if (in_background())
+        kill(0, SIGTTIN);
+    bool ready = in_background(); // then only the read can tell what is wrong
     while (!ready && noted_signal() == 0) {
         fd_set input;
         FD_ZERO(&input);

@@ -9,7 +9,8 @@
 // FAULT_LASTS=yes  every later call of it in the same process fails as well
 // FAULT_ERRNO      the error number that the call leaves
 // FAULT_MARKER     file made when the call has failed
-// FAULT_PAUSE      the call does not fail but waits until this file is there
+// FAULT_PAUSE      the call does not fail but makes the directory FAULT_PAUSE.awaited
+//                  and waits until there is the file FAULT_PAUSE
 // FAULT_STOP=exit  nothing fails any more once the launcher has begun to exit
 //
 // A C library reads and writes its streams with calls of its own that nothing
@@ -113,6 +114,9 @@ bool fails(Function called) {
         return false;
     make_marker();
     if (go_on[0] != '\0') {
+        char awaited[PATH_MAX + 16];
+        std::snprintf(awaited, sizeof awaited, "%s.awaited", go_on);
+        mkdirat(AT_FDCWD, awaited, 0777);
         while (access(go_on, F_OK) != 0)
             usleep(2000);
         return false;

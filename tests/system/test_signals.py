@@ -31,6 +31,7 @@ KEYS = {INT: b"\x03", QUIT: b"\x1c"}
 
 MARKS = "/var/marks"
 READY, GOT, GO_ON = (f"{MARKS}/{name}" for name in ("ready", "got", "go_on"))
+PAUSED = GO_ON + ".awaited"
 JAVA_STATUS = 7
 TRAPPED = 5
 JVM = ("-silent", "DEMO_WRITE=ready", "DEMO_SLEEP=60")
@@ -79,12 +80,12 @@ def make_java():
 def pausing(function, process="launcher"):
     """What makes a launch wait in a call of a function."""
     return {"LD_PRELOAD": tool("FAULT_INJECTION"), "FAULT_PROCESS": process,
-            "FAULT_FUNCTION": function, "FAULT_CALL": "1", "FAULT_MARKER": READY,
+            "FAULT_FUNCTION": function, "FAULT_CALL": "1", "FAULT_MARKER": MARKS + "/fired",
             "FAULT_PAUSE": GO_ON}
 
 
 # {moment: (the place, what the launch shows when it is there, or the environment in
-# which it makes READY)}
+# which it makes READY or PAUSED)}
 MOMENTS = {
     "check": (make_check, {}),
     "question": (make_question, en("S_CONTINUE").strip()),
@@ -132,7 +133,8 @@ class Trial:
         self.modes = termios.tcgetattr(self.terminal.ours)
         self.hung_up = False
         if isinstance(arrival, dict):
-            wait_for(lambda: os.path.exists(READY), "the launch does not come to the moment")
+            mark = PAUSED if arrival else READY
+            wait_for(lambda: os.path.exists(mark), "the launch does not come to the moment")
         else:
             self.terminal.expect(arrival)
 
