@@ -1,0 +1,115 @@
+#include "unzip/attributes.h"
+
+#include <ctime>
+#include <sys/stat.h>
+#include <zlib.h>
+
+namespace {
+
+// The extra fields, by their numbers, that Unix archivers write times into.
+constexpr unsigned kExtendedTimestamp = 0x5455;
+constexpr unsigned kOldUnix = 0x5855;
+constexpr unsigned kPkwareUnix = 0x000d;
+constexpr unsigned kUnicodePath = 0x7075;
+
+// The upper byte of "version made by".
+constexpr unsigned kMadeOnUnix = 3;
+
+// Attributes of MS-DOS.
+constexpr unsigned kDosReadOnly = 0x01;
+constexpr unsigned kDosDirectory = 0x10;
+
+std::uint32_t number_at(std::string_view bytes, std::size_t at, std::size_t size) {
+    std::uint32_t number = 0;
+    for (std::size_t i = size; i > 0; --i)
+        number = number << 8U | static_cast<unsigned char>(bytes[at + i - 1]);
+    return number;
+}
+
+std::int64_t time_at(std::string_view bytes, std::size_t at) {
+    return static_cast<std::int32_t>(number_at(bytes, at, 4));
+}
+
+// Takes the first field off `extra`; false when there is none left, or a broken one.
+bool next_field(unsigned& number, std::string_view& field, std::string_view& extra) {
+    if (extra.size() < 4)
+        return false;
+    number = number_at(extra, 0, 2);
+    const std::size_t size = number_at(extra, 2, 2);
+    if (size > extra.size() - 4)
+        return false;
+    field = extra.substr(4, size);
+    extra.remove_prefix(4 + size);
+    return true;
+}
+
+} // namespace
+
+std::int64_t time_of_dos(std::uint32_t dos_time) {
+    // Many entries share their time, and the system's look at its clock's rules is slow.
+    thread_local std::uint32_t last_dos_time = 0;
+    thread_local std::int64_t last_time = 0;
+    if (dos_time == last_dos_time && last_time != 0)
+        return last_time;
+    std::tm moment{};
+    moment.tm_year = static_cast<int>((dos_time >> 25U & 0x7fU) + 80);
+    moment.tm_mon = static_cast<int>(dos_time >> 21U & 0x0fU) - 1;
+    moment.tm_mday = static_cast<int>(dos_time >> 16U & 0x1fU);
+    moment.tm_hour = static_cast<int>(dos_time >> 11U & 0x1fU);
+    moment.tm_min = static_cast<int>(dos_time >> 5U & 0x3fU);
+    moment.tm_sec = static_cast<int>(dos_time << 1U & 0x3eU);
+    moment.tm_isdst = -1;
+    last_dos_time = dos_time;
+    last_time = std::mktime(&moment);
+    return last_time;
+}
+
+EntryTimes entry_times(std::uint32_t dos_time, std::string_view local_extra) {
+    bool has_extended = false;
+    bool has_other = false;
+    EntryTimes times;
+    unsigned number = 0;
+    for (std::string_view field; next_field(number, field, local_extra);) {
+        if (number == kExtendedTimestamp && field.size() >= 5 && (field[0] & 1) != 0) {
+            // Modification, access and creation, as far as the bits of the first byte tell.
+            times.modified = times.accessed = time_at(field, 1);
+            if ((field[0] & 2) != 0 && field.size() >= 9)
+                times.accessed = time_at(field, 5);
+            has_extended = true;
+        } else if ((number == kOldUnix || number == kPkwareUnix) && field.size() >= 8 &&
+                   !has_extended) {
+            times.accessed = time_at(field, 0);
+            times.modified = time_at(field, 4);
+            has_other = true;
+        }
+    }
+    if (!has_extended && !has_other)
+        times.modified = times.accessed = time_of_dos(dos_time);
+    return times;
+}
+
+std::string unicode_name(std::string_view extra, std::string_view name) {
+    unsigned number = 0;
+    for (std::string_view field; next_field(number, field, extra);) {
+        // A version, the sum of the name that it stands for, the name.
+        if (number != kUnicodePath || field.size() < 6 || field[0] != 1)
+            continue;
+        const auto sum = crc32(crc32(0, nullptr, 0), reinterpret_cast<const Bytef*>(name.data()),
+                               static_cast<uInt>(name.size()));
+        if (sum == number_at(field, 1, 4))
+            return std::string(field.substr(5));
+    }
+    return "";
+}
+
+mode_t entry_mode(unsigned made_by, std::uint32_t external, bool is_directory, mode_t mask) {
+    const auto unix_mode = static_cast<mode_t>(external >> 16U);
+    if (made_by >> 8U == kMadeOnUnix)
+        return unix_mode & (S_IFMT | S_IRWXU | S_IRWXG | S_IRWXO);
+    mode_t mode = S_IRUSR | S_IRGRP | S_IROTH;
+    if ((external & kDosReadOnly) == 0)
+        mode |= S_IWUSR | S_IWGRP | S_IWOTH;
+    if (is_directory || (external & kDosDirectory) != 0)
+        mode |= S_IXUSR | S_IXGRP | S_IXOTH;
+    return mode & ~mask;
+}
