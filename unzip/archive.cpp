@@ -126,7 +126,7 @@ bool open_file(ZipArchive& archive) {
     struct stat found {};
     archive.file = open(archive.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (archive.file < 0 || fstat(archive.file, &found) != 0)
-        archive.problem = {kUnzipNotFound, std::strerror(errno)};
+        archive.problem = problem_of_errno(kUnzipNotFound);
     else if (!S_ISREG(found.st_mode))
         archive.problem = {kUnzipNotFound, "not a regular file"};
     archive.size = static_cast<std::uint64_t>(found.st_size);
@@ -185,6 +185,7 @@ bool read_record(ZipArchive& archive, std::uint64_t& position, unzFile directory
     entry.made_by = static_cast<std::uint16_t>(info.version);
     entry.method = static_cast<std::uint16_t>(info.compression_method);
     entry.flags = static_cast<std::uint16_t>(info.flag);
+    entry.times = entry_times(entry.dos_time, extra);
     if ((entry.flags & kZipEncrypted) != 0)
         refuse(entry, kUnzipEncrypted, "it is encrypted");
     else if (entry.method != kZipStored && entry.method != kZipDeflated)
@@ -208,6 +209,9 @@ bool read_record(ZipArchive& archive, std::uint64_t& position, unzFile directory
 void read_directory(ZipArchive& archive, unzFile directory, Source& source) {
     unz_global_info64 told{};
     unzGetGlobalInfo64(directory, &told);
+    // No more than there can be: the number is only told.
+    archive.entries.reserve(
+        std::min<std::uint64_t>(told.number_entry, source.size / kDirectoryRecordSize));
     if (unzGoToFirstFile(directory) == UNZ_OK) {
         std::uint64_t position = unzGetOffset64(directory);
         while (read_record(archive, position, directory, source)) {
@@ -242,6 +246,11 @@ void refuse_overlaps(std::vector<ZipEntry>& entries) {
 }
 
 } // namespace
+
+ZipProblem problem_of_errno(int status) {
+    const int error = errno;
+    return {status, std::strerror(error), error};
+}
 
 bool open_archive(ZipArchive& archive, const std::string& path) {
     archive = ZipArchive{};

@@ -18,7 +18,11 @@
 struct ZipProblem {
     int status = 0; // 0: no problem
     std::string reason;
+    int error = 0; // errno of the call that failed, where one did
 };
+
+// The problem that the call before has left in errno.
+ZipProblem problem_of_errno(int status);
 
 struct ZipEntry {
     std::uint64_t packed;      // bytes in the archive

@@ -13,7 +13,10 @@ constexpr unsigned kPkwareUnix = 0x000d;
 constexpr unsigned kUnicodePath = 0x7075;
 
 // The upper byte of "version made by".
+constexpr unsigned kMadeOnDos = 0;
 constexpr unsigned kMadeOnUnix = 3;
+
+constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 
 // Attributes of MS-DOS.
 constexpr unsigned kDosReadOnly = 0x01;
@@ -105,11 +108,15 @@ std::string unicode_name(std::string_view extra, std::string_view name) {
 mode_t entry_mode(unsigned made_by, std::uint32_t external, bool is_directory, mode_t mask) {
     const auto unix_mode = static_cast<mode_t>(external >> 16U);
     if (made_by >> 8U == kMadeOnUnix)
-        return unix_mode & (S_IFMT | S_IRWXU | S_IRWXG | S_IRWXO);
+        return unix_mode & (S_IFMT | kPermissions);
     mode_t mode = S_IRUSR | S_IRGRP | S_IROTH;
     if ((external & kDosReadOnly) == 0)
         mode |= S_IWUSR | S_IWGRP | S_IWOTH;
     if (is_directory || (external & kDosDirectory) != 0)
         mode |= S_IXUSR | S_IXGRP | S_IXOTH;
+    // Some archivers on Unix call themselves MS-DOS; their permissions are known by not
+    // contradicting the attributes of MS-DOS.
+    if (made_by >> 8U == kMadeOnDos && (unix_mode & S_IRWXU) == (mode & S_IRWXU))
+        return unix_mode & kPermissions;
     return mode & ~mask;
 }

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <libdeflate.h>
-#include <new>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -31,21 +31,24 @@ ZipProblem no_memory() {
     return {kUnzipNoMemory, "there is not enough memory for it"};
 }
 
+void give_back(Buffer& buffer) {
+    if (buffer.bytes != nullptr)
+        munmap(buffer.bytes, buffer.size);
+    buffer.bytes = nullptr;
+    buffer.size = 0;
+}
+
 bool make_room(Buffer& buffer, std::size_t size) {
     if (buffer.size >= size)
         return true;
-    buffer.size = 0;
-    buffer.bytes.reset();
-    const std::size_t taken = std::max(size, std::size_t{64} << 10);
-    buffer.bytes.reset(new (std::nothrow) char[taken]);
-    if (buffer.bytes != nullptr)
-        buffer.size = taken;
-    return buffer.bytes != nullptr;
-}
-
-void give_back(Buffer& buffer) {
-    if (buffer.size > kKept)
-        buffer = Buffer{};
+    give_back(buffer);
+    const std::size_t taken = std::max(size, kPiece);
+    void* bytes = mmap(nullptr, taken, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    if (bytes == MAP_FAILED)
+        return false;
+    buffer.bytes = static_cast<char*>(bytes);
+    buffer.size = taken;
+    return true;
 }
 
 bool stopped(const Unpacker& unpacker) {
@@ -64,7 +67,7 @@ ZipProblem read_packed(char* to, const ZipArchive& archive, std::uint64_t positi
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            return {kUnzipBroken, std::strerror(errno)};
+            return problem_of_errno(kUnzipBroken);
         if (got == 0)
             return {kUnzipEndsEarly, "the archive ends before its data"};
         to += got;
@@ -75,8 +78,7 @@ ZipProblem read_packed(char* to, const ZipArchive& archive, std::uint64_t positi
 }
 
 // Writes piece by piece, so that a stop comes soon and the count goes on evenly.
-ZipProblem write_unpacked(int& error, const Unpacker& unpacker, int file, const char* from,
-                          std::size_t size) {
+ZipProblem write_unpacked(const Unpacker& unpacker, int file, const char* from, std::size_t size) {
     while (size > 0) {
         if (stopped(unpacker))
             return {kUnzipInterrupted, "interrupted"};
@@ -84,10 +86,8 @@ ZipProblem write_unpacked(int& error, const Unpacker& unpacker, int file, const 
         const ssize_t done = file < 0 ? static_cast<ssize_t>(wanted) : write(file, from, wanted);
         if (done < 0 && errno == EINTR)
             continue;
-        if (done < 0) {
-            error = errno;
-            return {kUnzipDiskFull, std::strerror(error)};
-        }
+        if (done < 0)
+            return problem_of_errno(kUnzipDiskFull);
         from += done;
         size -= static_cast<std::size_t>(done);
         count(unpacker, static_cast<std::uint64_t>(done));
@@ -103,19 +103,19 @@ ZipProblem compare_sum(const ZipEntry& entry, std::uint32_t sum) {
     return broken(text.data());
 }
 
-ZipProblem unpack_stored(int& error, Unpacker& unpacker, const ZipArchive& archive,
-                         const ZipEntry& entry, int file) {
+ZipProblem unpack_stored(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
+                         int file) {
     if (!make_room(unpacker.packed, kPiece))
         return no_memory();
     std::uint32_t sum = 0;
     for (std::uint64_t done = 0; done < entry.packed;) {
         const auto size =
             static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, entry.packed - done));
-        char* piece = unpacker.packed.bytes.get();
+        char* piece = unpacker.packed.bytes;
         ZipProblem problem = read_packed(piece, archive, entry.data + done, size);
         if (problem.status == 0) {
             sum = libdeflate_crc32(sum, piece, size);
-            problem = write_unpacked(error, unpacker, file, piece, size);
+            problem = write_unpacked(unpacker, file, piece, size);
         }
         if (problem.status != 0)
             return problem;
@@ -129,12 +129,12 @@ ZipProblem inflate_whole(char* to, Unpacker& unpacker, const ZipArchive& archive
                          const ZipEntry& entry) {
     const auto packed = static_cast<std::size_t>(entry.packed);
     const auto unpacked = static_cast<std::size_t>(entry.unpacked);
-    ZipProblem problem = read_packed(unpacker.packed.bytes.get(), archive, entry.data, packed);
+    ZipProblem problem = read_packed(unpacker.packed.bytes, archive, entry.data, packed);
     if (problem.status != 0)
         return problem;
     std::size_t came = 0;
     const libdeflate_result result = libdeflate_deflate_decompress(
-        unpacker.decompressor.get(), unpacker.packed.bytes.get(), packed, to, unpacked, &came);
+        unpacker.decompressor.get(), unpacker.packed.bytes, packed, to, unpacked, &came);
     if (result == LIBDEFLATE_INSUFFICIENT_SPACE)
         return broken("its data is longer than the directory tells");
     if (result != LIBDEFLATE_SUCCESS)
@@ -153,10 +153,10 @@ bool can_be_unpacked_whole(Unpacker& unpacker, const ZipEntry& entry) {
 }
 
 // The loop of the streaming library, which `stream` has been made ready for.
-ZipProblem inflate_pieces(int& error, z_stream& stream, Unpacker& unpacker,
-                          const ZipArchive& archive, const ZipEntry& entry, int file) {
-    char* from = unpacker.packed.bytes.get();
-    char* to = unpacker.unpacked.bytes.get();
+ZipProblem inflate_pieces(z_stream& stream, Unpacker& unpacker, const ZipArchive& archive,
+                          const ZipEntry& entry, int file) {
+    char* from = unpacker.packed.bytes;
+    char* to = unpacker.unpacked.bytes;
     std::uint64_t taken = 0;
     std::uint64_t came = 0;
     std::uint32_t sum = 0;
@@ -183,7 +183,7 @@ ZipProblem inflate_pieces(int& error, z_stream& stream, Unpacker& unpacker,
         if (came > entry.unpacked)
             return broken("its data is longer than the directory tells");
         sum = libdeflate_crc32(sum, to, size);
-        const ZipProblem problem = write_unpacked(error, unpacker, file, to, size);
+        const ZipProblem problem = write_unpacked(unpacker, file, to, size);
         if (problem.status != 0)
             return problem;
     }
@@ -192,13 +192,13 @@ ZipProblem inflate_pieces(int& error, z_stream& stream, Unpacker& unpacker,
     return compare_sum(entry, sum);
 }
 
-ZipProblem unpack_in_pieces(int& error, Unpacker& unpacker, const ZipArchive& archive,
-                            const ZipEntry& entry, int file) {
+ZipProblem unpack_in_pieces(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
+                            int file) {
     z_stream stream{};
     if (!make_room(unpacker.packed, kPiece) || !make_room(unpacker.unpacked, kPiece) ||
         inflateInit2(&stream, -MAX_WBITS) != Z_OK)
         return no_memory();
-    ZipProblem problem = inflate_pieces(error, stream, unpacker, archive, entry, file);
+    ZipProblem problem = inflate_pieces(stream, unpacker, archive, entry, file);
     inflateEnd(&stream);
     return problem;
 }
@@ -207,20 +207,24 @@ bool is_told_too_long(const ZipEntry& entry) {
     return entry.method == kZipDeflated && entry.unpacked / kGreatestGrowth > entry.packed;
 }
 
-ZipProblem unpack_deflated(int& error, Unpacker& unpacker, const ZipArchive& archive,
-                           const ZipEntry& entry, int file) {
+ZipProblem unpack_deflated(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
+                           int file) {
     if (is_told_too_long(entry))
         return broken("its data is shorter than the directory tells");
     if (!can_be_unpacked_whole(unpacker, entry) || !make_room(unpacker.unpacked, entry.unpacked))
-        return unpack_in_pieces(error, unpacker, archive, entry, file);
-    char* to = unpacker.unpacked.bytes.get();
+        return unpack_in_pieces(unpacker, archive, entry, file);
+    char* to = unpacker.unpacked.bytes;
     const ZipProblem problem = inflate_whole(to, unpacker, archive, entry);
     if (problem.status != 0)
         return problem;
-    return write_unpacked(error, unpacker, file, to, entry.unpacked);
+    return write_unpacked(unpacker, file, to, entry.unpacked);
 }
 
 } // namespace
+
+Buffer::~Buffer() {
+    give_back(*this);
+}
 
 void FreeDecompressor::operator()(libdeflate_decompressor* decompressor) const {
     libdeflate_free_decompressor(decompressor);
@@ -233,13 +237,15 @@ std::uint64_t memory_needed(const ZipEntry& entry) {
     return entry.packed + entry.unpacked;
 }
 
-ZipProblem unpack_entry(int& error, Unpacker& unpacker, const ZipArchive& archive,
-                        const ZipEntry& entry, int file) {
+ZipProblem unpack_entry(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
+                        int file) {
     ZipProblem problem = entry.method == kZipStored
-                             ? unpack_stored(error, unpacker, archive, entry, file)
-                             : unpack_deflated(error, unpacker, archive, entry, file);
-    give_back(unpacker.packed);
-    give_back(unpacker.unpacked);
+                             ? unpack_stored(unpacker, archive, entry, file)
+                             : unpack_deflated(unpacker, archive, entry, file);
+    for (Buffer* buffer : {&unpacker.packed, &unpacker.unpacked}) {
+        if (buffer->size > kKept)
+            give_back(*buffer);
+    }
     return problem;
 }
 
@@ -263,6 +269,5 @@ ZipProblem check_entry(const ZipArchive& archive, const ZipEntry& entry) {
     if (entry.status != 0)
         return {entry.status, entry.reason};
     Unpacker unpacker;
-    int error = 0;
-    return unpack_entry(error, unpacker, archive, entry, -1);
+    return unpack_entry(unpacker, archive, entry, -1);
 }

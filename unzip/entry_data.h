@@ -20,9 +20,14 @@ struct FreeDecompressor {
     void operator()(libdeflate_decompressor* decompressor) const;
 };
 
-// Memory that is taken when it is needed, not cleared, and kept for the next entry.
+// Memory straight from the system, so that what is given back is gone at once.
 struct Buffer {
-    std::unique_ptr<char[]> bytes;
+    Buffer() = default;
+    ~Buffer();
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
+
+    char* bytes = nullptr;
     std::size_t size = 0;
 };
 
@@ -42,8 +47,8 @@ std::uint64_t memory_needed(const ZipEntry& entry);
 // Unpacks the data of an entry without a problem of its own into descriptor `file`, or nowhere when
 // that is -1, and checks it. The status of the problem is kUnzipDiskFull for what cannot be
 // written, with errno's number in `error`, and kUnzipInterrupted when it was stopped.
-ZipProblem unpack_entry(int& error, Unpacker& unpacker, const ZipArchive& archive,
-                        const ZipEntry& entry, int file);
+ZipProblem unpack_entry(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
+                        int file);
 
 // The data of a short entry, such as the target of a link. `text` is at most `longest` bytes long;
 // what is longer is a problem.

@@ -1,0 +1,360 @@
+#include "unzip/extraction.h"
+
+#include "unzip/entry_data.h"
+#include "unzip/messages.h"
+#include "unzip/names.h"
+#include "unzip/plan.h"
+#include "unzip/progress.h"
+#include "unzip/status.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <pthread.h>
+#include <unistd.h>
+#include <vector>
+
+std::atomic<bool> unzip_is_interrupted{false};
+
+namespace {
+
+constexpr std::size_t kMostThreads = 4;
+// More than this is not in use at a time, unless a single entry needs more.
+constexpr std::uint64_t kCommonMemory = std::uint64_t{4} << 20;
+// Entries of this size are begun first, so that none of them is worked on alone at the end.
+constexpr std::uint64_t kLarge = std::uint64_t{1} << 20;
+constexpr std::size_t kLongestTarget = 4095; // of a symbolic link
+constexpr std::chrono::milliseconds kLook{100};
+
+// One archive at work. The threads take the entries by their place in `order`.
+struct Work {
+    const ZipArchive& archive;
+    const Plan& plan;
+    const Destination& destination;
+    const ExtractionOptions& options;
+    std::atomic<std::uint64_t>& written;
+
+    std::vector<std::uint32_t> order{};
+    std::vector<std::uint32_t> made_directories{}; // by their entries
+    std::atomic<std::size_t> next{0};
+    std::atomic<bool> stop{false};
+    std::atomic<std::uint64_t> finished{0}; // bytes of entries that are done with
+
+    std::mutex lock{}; // of all that follows
+    std::condition_variable change{};
+    std::size_t running = 0;
+    std::uint64_t memory_in_use = 0;
+    std::uint64_t memory_at_most = 0;
+    std::map<std::uint32_t, ZipProblem> problems{};
+    std::map<std::uint32_t, std::string> links{}; // their targets
+    ZipProblem end{};                             // what ended everything
+};
+
+bool ends_everything(const ZipProblem& problem) {
+    return problem.status == kUnzipInterrupted || problem.error == ENOSPC ||
+           problem.error == EDQUOT || problem.error == EROFS;
+}
+
+void note(Work& work, std::uint32_t i, const ZipProblem& problem) {
+    if (problem.status == 0)
+        return;
+    const std::lock_guard<std::mutex> held(work.lock);
+    if (!ends_everything(problem)) {
+        work.problems[i] = problem;
+        return;
+    }
+    // The first reason counts: the others only come of it.
+    if (work.end.status == 0)
+        work.end = problem;
+    work.stop = true;
+}
+
+std::string shown_entry(const Work& work, std::uint32_t i) {
+    return printable(shown_path(work.destination, planned_name(work.plan, i)));
+}
+
+// Whether the list of what is done goes to standard output; then one thread does it in order.
+bool lists_entries(const Work& work) {
+    return work.options.quiet == 0;
+}
+
+void take_memory(Work& work, std::uint64_t bytes) {
+    std::unique_lock<std::mutex> held(work.lock);
+    while (work.memory_in_use != 0 && work.memory_in_use + bytes > work.memory_at_most)
+        work.change.wait(held);
+    work.memory_in_use += bytes;
+}
+
+void give_memory(Work& work, std::uint64_t bytes) {
+    const std::lock_guard<std::mutex> held(work.lock);
+    work.memory_in_use -= bytes;
+    work.change.notify_all();
+}
+
+void list_file(const Work& work, std::uint32_t i) {
+    if (lists_entries(work))
+        std::printf(work.archive.entries[i].method == kZipStored ? " extracting: %-22s  \n"
+                                                                 : "  inflating: %-22s  \n",
+                    shown_entry(work, i).c_str());
+}
+
+// Unpacks file number `i` to its place.
+ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
+    const ZipEntry& entry = work.archive.entries[i];
+    const std::string name(planned_name(work.plan, i));
+    Found found = Found::kNothing;
+    ZipProblem problem = look_at(found, last, work.destination, name);
+    if (problem.status != 0)
+        return problem;
+    if (found != Found::kNothing && !work.options.replace)
+        return {kUnzipWarning, "it is there already and left as it is; -o replaces it"};
+    NewFile made;
+    problem = begin_file(made, last, work.destination, name);
+    if (problem.status != 0)
+        return problem;
+    list_file(work, i);
+    problem = unpack_entry(unpacker, work.archive, entry, made.file);
+    if (problem.status != 0) {
+        drop_file(made);
+        return problem;
+    }
+    problem = finish_file(made, entry_mode(entry.made_by, entry.external, false, work.options.mask),
+                          entry.times);
+    if (problem.status == 0 && (found == Found::kLink || work.plan.entries[i].replaces_link))
+        problem = {kUnzipWarning, "it replaces a symbolic link"};
+    return problem;
+}
+
+// Reads the target of link number `i`, which is made when all files are there.
+ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
+    std::string target;
+    const ZipProblem problem =
+        unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
+    if (problem.status != 0)
+        return problem;
+    if (target.empty() || target.find('\0') != std::string::npos)
+        return {kUnzipBroken, "it is a symbolic link without a usable target"};
+    if (lists_entries(work))
+        std::printf("    linking: %-22s  -> %s \n", shown_entry(work, i).c_str(),
+                    printable(target).c_str());
+    const std::lock_guard<std::mutex> held(work.lock);
+    work.links[i] = target;
+    return {};
+}
+
+ZipProblem check_only(Work& work, Unpacker& unpacker, std::uint32_t i) {
+    const ZipEntry& entry = work.archive.entries[i];
+    const ZipProblem problem = unpack_entry(unpacker, work.archive, entry, -1);
+    if (!work.options.check_only)
+        list_file(work, i);
+    else if (problem.status == 0 && lists_entries(work))
+        std::printf("    testing: %-22s   OK\n",
+                    printable(entry_name(work.archive, entry)).c_str());
+    return problem;
+}
+
+ZipProblem work_on(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
+    const PlannedEntry& planned = work.plan.entries[i];
+    if (planned.status != 0)
+        return {planned.status, planned.reason};
+    if (work.options.check_only || planned.is_replaced)
+        return check_only(work, unpacker, i);
+    if (planned.kind == EntryKind::kLink)
+        return read_link(work, unpacker, i);
+    if (planned.kind == EntryKind::kFile)
+        return unpack_file(work, unpacker, last, i);
+    if (lists_entries(work) &&
+        std::binary_search(work.made_directories.begin(), work.made_directories.end(), i))
+        std::printf("   creating: %s/\n", shown_entry(work, i).c_str());
+    return {};
+}
+
+// What each thread does: one entry after the other until there are none.
+void* take_entries(void* shared) {
+    Work& work = *static_cast<Work*>(shared);
+    Unpacker unpacker;
+    unpacker.stop = &work.stop;
+    unpacker.written = &work.written;
+    OpenDirectory last;
+    while (!work.stop) {
+        const std::size_t at = work.next++;
+        if (at >= work.order.size())
+            break;
+        const std::uint32_t i = work.order[at];
+        const ZipEntry& entry = work.archive.entries[i];
+        const std::uint64_t memory = work.plan.entries[i].status == 0 ? memory_needed(entry) : 0;
+        take_memory(work, memory);
+        const ZipProblem problem = work_on(work, unpacker, last, i);
+        give_memory(work, memory);
+        note(work, i, problem);
+        if (!ends_everything(problem))
+            work.finished += entry.unpacked;
+    }
+    const std::lock_guard<std::mutex> held(work.lock);
+    --work.running;
+    work.change.notify_all();
+    return nullptr;
+}
+
+std::size_t wanted_threads(const Work& work) {
+    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+    if (lists_entries(work) || cores < 2)
+        return 1;
+    return std::min({kMostThreads, static_cast<std::size_t>(cores), work.order.size()});
+}
+
+// The order in which the entries are taken, and what memory they may take at a time.
+void arrange(Work& work) {
+    const std::vector<ZipEntry>& entries = work.archive.entries;
+    std::uint64_t largest = 0;
+    for (std::uint32_t i = 0; i < entries.size(); ++i) {
+        work.order.push_back(i);
+        if (work.plan.entries[i].status == 0)
+            largest = std::max(largest, memory_needed(entries[i]));
+    }
+    work.memory_at_most = largest + kCommonMemory;
+    if (lists_entries(work))
+        return;
+    const auto small =
+        std::stable_partition(work.order.begin(), work.order.end(), [&entries](std::uint32_t i) {
+            return entries[i].unpacked >= kLarge;
+        });
+    std::stable_sort(work.order.begin(), small, [&entries](std::uint32_t a, std::uint32_t b) {
+        return entries[a].unpacked > entries[b].unpacked;
+    });
+}
+
+// Lets the threads work, watches for an interruption and shows how far they are.
+void run_threads(Work& work) {
+    std::vector<pthread_t> threads;
+    const std::size_t wanted = wanted_threads(work);
+    work.running = wanted;
+    while (threads.size() < wanted) {
+        pthread_t thread{};
+        if (pthread_create(&thread, nullptr, take_entries, &work) != 0)
+            break;
+        threads.push_back(thread);
+    }
+    {
+        const std::lock_guard<std::mutex> held(work.lock);
+        work.running -= wanted - threads.size();
+        work.running += threads.empty() ? 1 : 0;
+    }
+    if (threads.empty())
+        take_entries(&work);
+    std::unique_lock<std::mutex> held(work.lock);
+    while (work.running > 0) {
+        work.change.wait_for(held, kLook);
+        if (unzip_is_interrupted)
+            work.stop = true;
+        show_progress(work.written);
+    }
+    held.unlock();
+    for (const pthread_t thread : threads)
+        pthread_join(thread, nullptr);
+    if (unzip_is_interrupted && work.end.status == 0)
+        work.end = {kUnzipInterrupted, "interrupted"};
+}
+
+// Makes the directories of all entries in the archive's order, which settles the ones that an entry
+// of their own has made: only those get a mode and times.
+void make_directories(Work& work) {
+    OpenDirectory last;
+    for (std::uint32_t i = 0; i < work.plan.entries.size() && !work.stop; ++i) {
+        const PlannedEntry& planned = work.plan.entries[i];
+        if (planned.status != 0)
+            continue;
+        const std::string_view name = planned_name(work.plan, i);
+        bool made = false;
+        if (planned.kind == EntryKind::kDirectory) {
+            note(work, i, make_directory(made, last, work.destination, name));
+            if (made)
+                work.made_directories.push_back(i);
+        } else if (name.rfind('/') != std::string_view::npos) {
+            // A failure is that of the file, which meets it again.
+            make_directory(made, last, work.destination, name.substr(0, name.rfind('/')));
+        }
+    }
+}
+
+void make_links(Work& work) {
+    if (lists_entries(work) && !work.links.empty())
+        std::puts("finishing deferred symbolic links:");
+    OpenDirectory last;
+    for (const auto& [i, target] : work.links) {
+        const std::string name(planned_name(work.plan, i));
+        Found found = Found::kNothing;
+        ZipProblem problem = look_at(found, last, work.destination, name);
+        if (problem.status == 0 && found != Found::kNothing && !work.options.replace)
+            problem = {kUnzipWarning, "it is there already and left as it is; -o replaces it"};
+        if (problem.status == 0)
+            problem = make_link(last, work.destination, name, target);
+        if (problem.status == 0 && lists_entries(work))
+            std::printf("  %-22s -> %s\n", shown_entry(work, i).c_str(), printable(target).c_str());
+        note(work, i, problem);
+    }
+}
+
+// Gives the directories mode and times, the inner ones first, since the mode of the outer one may
+// forbid to go in.
+void finish_directories(Work& work) {
+    std::vector<std::uint32_t> order = work.made_directories;
+    std::stable_sort(order.begin(), order.end(), [&work](std::uint32_t a, std::uint32_t b) {
+        return planned_name(work.plan, a) > planned_name(work.plan, b);
+    });
+    OpenDirectory last;
+    for (const std::uint32_t i : order) {
+        const ZipEntry& entry = work.archive.entries[i];
+        note(work, i,
+             finish_directory(last, work.destination, planned_name(work.plan, i),
+                              entry_mode(entry.made_by, entry.external, true, work.options.mask),
+                              entry.times));
+    }
+}
+
+int told_status(const Work& work) {
+    int status = 0;
+    for (const auto& [i, problem] : work.problems) {
+        complain_of_entry(work.archive.path, entry_name(work.archive, work.archive.entries[i]),
+                          problem.reason);
+        status = std::max(status, problem.status);
+    }
+    return status;
+}
+
+} // namespace
+
+ExtractionResult extract_archive(std::atomic<std::uint64_t>& written, const ZipArchive& archive,
+                                 const Destination& destination, const ExtractionOptions& options) {
+    const Plan plan = plan_of(archive, options.mask, options.check_only);
+    Work work{.archive = archive,
+              .plan = plan,
+              .destination = destination,
+              .options = options,
+              .written = written};
+    arrange(work);
+    if (!options.check_only)
+        make_directories(work);
+    run_threads(work);
+    if (!options.check_only) {
+        if (!work.stop)
+            make_links(work);
+        finish_directories(work);
+    }
+    erase_progress();
+    return {told_status(work), work.end,
+            plan.bytes - std::min<std::uint64_t>(plan.bytes, work.finished)};
+}
+
+std::uint64_t unpacked_bytes(const ZipArchive& archive) {
+    std::uint64_t bytes = 0;
+    for (const ZipEntry& entry : archive.entries) {
+        if (entry.status == 0)
+            bytes += entry.unpacked;
+    }
+    return bytes;
+}

@@ -1,0 +1,39 @@
+#include "unzip/pattern.h"
+
+#include "base/directory.h"
+
+#include <algorithm>
+#include <fnmatch.h>
+#include <sys/stat.h>
+
+namespace {
+
+bool is_there(const std::string& path) {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0;
+}
+
+} // namespace
+
+bool has_wildcard(std::string_view argument) {
+    return argument.find_first_of("*?[") != std::string_view::npos;
+}
+
+std::vector<std::string> archives_meant(const std::string& argument) {
+    std::vector<std::string> found;
+    if (has_wildcard(argument)) {
+        const std::size_t name_at = argument.rfind('/') + 1;
+        const std::string directory = argument.substr(0, name_at);
+        for (const std::string& name :
+             directory_entries(directory.empty() ? "." : directory).names) {
+            if (fnmatch(argument.c_str() + name_at, name.c_str(), FNM_PERIOD) == 0)
+                found.push_back(directory + name);
+        }
+        std::sort(found.begin(), found.end());
+    }
+    for (const char* ending : {"", ".zip", ".ZIP"}) {
+        if (found.empty() && is_there(argument + ending))
+            found.push_back(argument + ending);
+    }
+    return found;
+}
