@@ -1,5 +1,6 @@
 #include "unzip/archive.h"
 
+#include "unzip/fields.h"
 #include "unzip/status.h"
 
 #include <algorithm>
@@ -7,16 +8,22 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <initializer_list>
 #include <memory>
 #include <minizip/unzip.h>
-#include <numeric>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::uint64_t kLocalHeaderSize = 30;
+constexpr std::uint64_t kLocalSignature = 0x04034b50;
 constexpr std::uint64_t kDirectoryRecordSize = 46;
+constexpr std::uint64_t kOffsetInRecord = 42; // of the place of the entry's own header
+// A number of 4 bytes that stands for one in the extra field of this number.
+constexpr std::uint64_t kInExtraField = 0xffffffff;
+constexpr unsigned kLargeNumbers = 0x0001;
+constexpr unsigned kSizesFollow = 1U << 3;   // flags: sum and sizes stand behind the data
 constexpr std::size_t kLongestText = 0xffff; // of a name or of extra fields
 
 // Where an archive has no entries it begins with its end, which the library takes for none.
@@ -35,6 +42,8 @@ struct Source {
     int file;
     std::uint64_t size;
     std::uint64_t position = 0;
+    bool fell_short = false;  // the last read met the end of the file, or failed
+    std::uint64_t sought = 0; // the last place the library went to by its distance from the start
     std::array<Window, 2> windows;
     std::size_t last = 0; // the window that was read last
     std::array<char, kLongestText> name;
@@ -82,6 +91,7 @@ uLong read_source(voidpf opaque, voidpf /*stream*/, void* to, uLong wanted) {
         done += count;
         source.position += count;
     }
+    source.fell_short = done < wanted;
     return done;
 }
 
@@ -102,6 +112,8 @@ long seek_source(voidpf opaque, voidpf /*stream*/, ZPOS64_T offset, int origin) 
     if (offset > source.size)
         return -1;
     source.position = offset;
+    if (origin == ZLIB_FILEFUNC_SEEK_SET)
+        source.sought = offset;
     return 0;
 }
 
@@ -109,8 +121,9 @@ int leave_open(voidpf /*opaque*/, voidpf /*stream*/) {
     return 0;
 }
 
-int no_error(voidpf /*opaque*/, voidpf /*stream*/) {
-    return 0;
+// The library takes a read that falls short for one of zeros, unless this tells of an error.
+int tell_error(voidpf opaque, voidpf /*stream*/) {
+    return static_cast<Source*>(opaque)->fell_short ? 1 : 0;
 }
 
 // The bytes of the archive at `position`; fewer where it ends.
@@ -140,32 +153,66 @@ void refuse(ZipEntry& entry, int status, const char* reason) {
     }
 }
 
-// Finds the entry's own header, compares it with the directory and takes from it what only it has.
-void read_local_header(ZipEntry& entry, std::string_view name, unzFile directory, Source& source) {
-    int method = 0;
-    const int opened = unzOpenCurrentFile2(directory, &method, nullptr, 1);
-    if (opened == UNZ_OK) {
-        entry.data = unzGetCurrentFileZStreamPos64(directory);
-        const int extra_size = unzGetLocalExtrafield(directory, nullptr, 0);
-        std::string extra(extra_size > 0 ? static_cast<std::size_t>(extra_size) : 0, '\0');
-        if (!extra.empty())
-            unzGetLocalExtrafield(directory, extra.data(), static_cast<unsigned>(extra.size()));
-        unzCloseCurrentFile(directory);
-        entry.times = entry_times(entry.dos_time, extra);
-        entry.header = entry.data - extra.size() - name.size() - kLocalHeaderSize;
-        if (bytes_at(source, entry.header + kLocalHeaderSize, name.size()) != name)
-            refuse(entry, kUnzipBroken, "its own header has another name");
-        else if (entry.packed > source.size || entry.data > source.size - entry.packed)
-            refuse(entry, kUnzipEndsEarly, "the archive ends before its data");
-    } else if (opened == UNZ_BADZIPFILE) {
-        refuse(entry, kUnzipBroken, "its own header and the archive's directory disagree");
-    } else {
-        refuse(entry, kUnzipEndsEarly, "the archive ends before its header");
+// Puts the large numbers of an extra field where `numbers`, in the order of the field, only point
+// to it. The library does not do so on 64-bit systems.
+void take_large_numbers(std::initializer_list<std::uint64_t*> numbers, std::string_view extra) {
+    unsigned number = 0;
+    for (std::string_view field; next_field(number, field, extra);) {
+        if (number != kLargeNumbers)
+            continue;
+        for (std::uint64_t* small : numbers) {
+            if (*small != kInExtraField)
+                continue;
+            if (field.size() < 8)
+                return;
+            *small = number_at(field, 0, 8);
+            field.remove_prefix(8);
+        }
+        return;
     }
 }
 
-// Takes the directory record that the library stands at; false when there is none.
-bool read_record(ZipArchive& archive, std::uint64_t& position, unzFile directory, Source& source) {
+// Whether the entry's own header, of which `header` is the fixed part, tells the same as the
+// directory.
+bool is_same(const ZipEntry& entry, std::string_view header, std::string_view extra) {
+    const std::uint64_t flags = number_at(header, 6, 2);
+    std::uint64_t packed = number_at(header, 18, 4);
+    std::uint64_t unpacked = number_at(header, 22, 4);
+    take_large_numbers({&unpacked, &packed}, extra);
+    if (number_at(header, 0, 4) != kLocalSignature || number_at(header, 8, 2) != entry.method ||
+        ((flags ^ entry.flags) & kZipEncrypted) != 0)
+        return false;
+    return (flags & kSizesFollow) != 0 || (number_at(header, 14, 4) == entry.crc &&
+                                           packed == entry.packed && unpacked == entry.unpacked);
+}
+
+// Compares the entry's own header with the directory and takes from it what only it has.
+void read_local_header(ZipEntry& entry, std::string_view name, Source& source) {
+    const std::string header = bytes_at(source, entry.header, kLocalHeaderSize);
+    if (header.size() < kLocalHeaderSize) {
+        refuse(entry, kUnzipEndsEarly, "the archive ends before its header");
+        return;
+    }
+    const std::size_t name_size = number_at(header, 26, 2);
+    const std::size_t extra_size = number_at(header, 28, 2);
+    const std::string texts =
+        bytes_at(source, entry.header + kLocalHeaderSize, name_size + extra_size);
+    const std::string_view extra =
+        std::string_view(texts).substr(std::min(name_size, texts.size()));
+    entry.times = entry_times(entry.dos_time, extra);
+    entry.data = entry.header + kLocalHeaderSize + name_size + extra_size;
+    if (!is_same(entry, header, extra))
+        refuse(entry, kUnzipBroken, "its own header and the archive's directory disagree");
+    else if (std::string_view(texts).substr(0, name_size) != name)
+        refuse(entry, kUnzipBroken, "its own header has another name");
+    else if (entry.packed > source.size || entry.data > source.size - entry.packed)
+        refuse(entry, kUnzipEndsEarly, "the archive ends before its data");
+}
+
+// Takes the directory record at `position` and goes to the next; false when there is none.
+// Positions of the library and offsets in records count from `start` of the file.
+bool read_record(ZipArchive& archive, std::uint64_t& position, std::uint64_t start,
+                 unzFile directory, Source& source) {
     unz_file_info64 info{};
     if (unzSetOffset64(directory, position) != UNZ_OK ||
         unzGetCurrentFileInfo64(directory, &info, source.name.data(), source.name.size(),
@@ -173,12 +220,16 @@ bool read_record(ZipArchive& archive, std::uint64_t& position, unzFile directory
         return false;
     const std::string_view name(source.name.data(), info.size_filename);
     const std::string_view extra(source.extra.data(), info.size_file_extra);
+    const std::string offset = bytes_at(source, start + position + kOffsetInRecord, 4);
     position +=
         kDirectoryRecordSize + info.size_filename + info.size_file_extra + info.size_file_comment;
 
     ZipEntry entry{};
     entry.packed = info.compressed_size;
     entry.unpacked = info.uncompressed_size;
+    entry.header = number_at(offset, 0, offset.size());
+    take_large_numbers({&entry.unpacked, &entry.packed, &entry.header}, extra);
+    entry.header += start;
     entry.crc = static_cast<std::uint32_t>(info.crc);
     entry.external = static_cast<std::uint32_t>(info.external_fa);
     entry.dos_time = static_cast<std::uint32_t>(info.dosDate);
@@ -193,7 +244,7 @@ bool read_record(ZipArchive& archive, std::uint64_t& position, unzFile directory
     else if (entry.method == kZipStored && entry.packed != entry.unpacked)
         refuse(entry, kUnzipBroken, "it is stored, but told to have two sizes");
     else
-        read_local_header(entry, name, directory, source);
+        read_local_header(entry, name, source);
 
     const std::string in_unicode = unicode_name(extra, name);
     const std::string_view taken = in_unicode.empty() ? name : in_unicode;
@@ -214,7 +265,9 @@ void read_directory(ZipArchive& archive, unzFile directory, Source& source) {
         std::min<std::uint64_t>(told.number_entry, source.size / kDirectoryRecordSize));
     if (unzGoToFirstFile(directory) == UNZ_OK) {
         std::uint64_t position = unzGetOffset64(directory);
-        while (read_record(archive, position, directory, source)) {
+        // What precedes the archive in the file is not counted in it.
+        const std::uint64_t start = source.sought - position;
+        while (read_record(archive, position, start, directory, source)) {
         }
     }
     const std::uint64_t found = archive.entries.size();
@@ -230,7 +283,7 @@ void read_directory(ZipArchive& archive, unzFile directory, Source& source) {
 void refuse_overlaps(std::vector<ZipEntry>& entries) {
     std::vector<std::uint32_t> order;
     for (std::uint32_t i = 0; i < entries.size(); ++i) {
-        if (entries[i].data != 0)
+        if (entries[i].status == 0)
             order.push_back(i);
     }
     std::stable_sort(order.begin(), order.end(), [&entries](std::uint32_t a, std::uint32_t b) {
@@ -263,7 +316,7 @@ bool open_archive(ZipArchive& archive, const std::string& path) {
     source->file = archive.file;
     source->size = archive.size;
     zlib_filefunc64_def calls{take_open_file, read_source, refuse_to_write, tell_source,
-                              seek_source,    leave_open,  no_error,        source.get()};
+                              seek_source,    leave_open,  tell_error,      source.get()};
     unzFile directory = unzOpen2_64(path.c_str(), &calls);
     if (directory != nullptr) {
         read_directory(archive, directory, *source);

@@ -1,5 +1,8 @@
 #include "unzip/attributes.h"
 
+#include "unzip/fields.h"
+
+#include <algorithm>
 #include <ctime>
 #include <sys/stat.h>
 #include <zlib.h>
@@ -22,28 +25,8 @@ constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr unsigned kDosReadOnly = 0x01;
 constexpr unsigned kDosDirectory = 0x10;
 
-std::uint32_t number_at(std::string_view bytes, std::size_t at, std::size_t size) {
-    std::uint32_t number = 0;
-    for (std::size_t i = size; i > 0; --i)
-        number = number << 8U | static_cast<unsigned char>(bytes[at + i - 1]);
-    return number;
-}
-
 std::int64_t time_at(std::string_view bytes, std::size_t at) {
     return static_cast<std::int32_t>(number_at(bytes, at, 4));
-}
-
-// Takes the first field off `extra`; false when there is none left, or a broken one.
-bool next_field(unsigned& number, std::string_view& field, std::string_view& extra) {
-    if (extra.size() < 4)
-        return false;
-    number = number_at(extra, 0, 2);
-    const std::size_t size = number_at(extra, 2, 2);
-    if (size > extra.size() - 4)
-        return false;
-    field = extra.substr(4, size);
-    extra.remove_prefix(4 + size);
-    return true;
 }
 
 } // namespace
@@ -56,7 +39,8 @@ std::int64_t time_of_dos(std::uint32_t dos_time) {
         return last_time;
     std::tm moment{};
     moment.tm_year = static_cast<int>((dos_time >> 25U & 0x7fU) + 80);
-    moment.tm_mon = static_cast<int>(dos_time >> 21U & 0x0fU) - 1;
+    // Nothing at all stands for the first month.
+    moment.tm_mon = std::max(static_cast<int>(dos_time >> 21U & 0x0fU) - 1, 0);
     moment.tm_mday = static_cast<int>(dos_time >> 16U & 0x1fU);
     moment.tm_hour = static_cast<int>(dos_time >> 11U & 0x1fU);
     moment.tm_min = static_cast<int>(dos_time >> 5U & 0x3fU);
@@ -73,7 +57,9 @@ EntryTimes entry_times(std::uint32_t dos_time, std::string_view local_extra) {
     EntryTimes times;
     unsigned number = 0;
     for (std::string_view field; next_field(number, field, local_extra);) {
-        if (number == kExtendedTimestamp && field.size() >= 5 && (field[0] & 1) != 0) {
+        // A time before 1970 is taken for a broken one.
+        if (number == kExtendedTimestamp && field.size() >= 5 && (field[0] & 1) != 0 &&
+            time_at(field, 1) >= 0) {
             // Modification, access and creation, as far as the bits of the first byte tell.
             times.modified = times.accessed = time_at(field, 1);
             if ((field[0] & 2) != 0 && field.size() >= 9)

@@ -139,8 +139,9 @@ ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     if (target.empty() || target.find('\0') != std::string::npos)
         return {kUnzipBroken, "it is a symbolic link without a usable target"};
     if (lists_entries(work))
-        std::printf("    linking: %-22s  -> %s \n", shown_entry(work, i).c_str(),
-                    printable(target).c_str());
+        std::printf(work.archive.entries[i].method == kZipStored ? "    linking: %-22s  -> %s \n"
+                                                                 : "  inflating: %-22s  -> %s \n",
+                    shown_entry(work, i).c_str(), printable(target).c_str());
     const std::lock_guard<std::mutex> held(work.lock);
     work.links[i] = target;
     return {};

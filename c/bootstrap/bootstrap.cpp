@@ -11,14 +11,19 @@
 #include "bootstrap/tree.h"
 #include "log/install_log.h"
 #include "log/reasons.h"
+#include "platform/signals.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 namespace {
+
+// The variable in which the stage's unzip finds what it unpacks (unzip/progress.h).
+constexpr const char* kProgressVariable = "LAUNCHER_UNPACKING";
 
 // Time-log lines of components by list and of those known by name, apart by one blank.
 constexpr const char* kListedTimeLine = "\n Time taken for bootstrapping %s is %5.5f   seconds";
@@ -84,14 +89,19 @@ void explain_unpacking(const BootstrapInput& input, const std::string& payload, 
         complain_of_place(input.tempLoc, refusal_of_a_file_in(input.tempLoc), need);
 }
 
-// Unpacks component `name`.
+// Unpacks component `name`. An operator at a terminal sees how far it is: the stage's unzip shows
+// that when it finds the name in its environment. The installer never finds it there.
 int unpack(const BootstrapInput& input, const std::string& name, const std::string& payload,
            const std::string& unzip_dir) {
     if (input.bNoBootStrap)
         return kOk;
     const Room room = room_at(input.tempLoc);
-    if (CopyJars(payload, input.tempLoc, unzip_dir) == kOk)
-        return kOk;
+    if (!launcher_state::_bSilent && isatty(STDERR_FILENO) != 0)
+        setenv(kProgressVariable, name.c_str(), 1);
+    const int result = CopyJars(payload, input.tempLoc, unzip_dir);
+    unsetenv(kProgressVariable);
+    if (result == kOk || noted_signal() != 0)
+        return result;
     explain_unpacking(input, payload, room);
     return fail_at("S_STEP_UNPACKING", name);
 }
@@ -101,6 +111,8 @@ int copy_needed_tree(const BootstrapInput& input, const std::string& source,
                      const std::string& dest) {
     if (copy_tree(source, dest) == kOk)
         return kOk;
+    if (noted_signal() != 0)
+        return kFailed;
     const CopyFailure& copy = last_copy_failure();
     // Where room is the matter, it is that of the whole scratch directory.
     const std::string& place = speaks_of_room(copy.error) ? input.tempLoc : copy.path;
@@ -260,7 +272,8 @@ void bring_core(const BootstrapInput& input, const std::string& root, const char
     if (has_expanded_tree)
         copy_tree(joined_path(location, kExpanded), input.tempLoc);
     if (unpack_known(input, location, name, start) != kOk) {
-        complain("S_CORE_NOT_UNPACKED", name, location);
+        if (noted_signal() == 0)
+            complain("S_CORE_NOT_UNPACKED", name, location);
         return;
     }
     location = in_scratch(input, "zul");
