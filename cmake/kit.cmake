@@ -5,6 +5,9 @@
 #   bin                   the tools for those who build stages
 #   share                 the sample installer, the documents
 install(TARGETS setupLauncher DESTINATION lib/setupLauncher)
+if(TARGET unzip)
+  install(TARGETS unzip DESTINATION lib/setupLauncher)
+endif()
 if(LAUNCHER_TOOLS)
   install(FILES ${catalogue_files} DESTINATION lib/setupLauncher/resource)
 endif()

@@ -28,6 +28,15 @@ def write_jar(path, files):
     return path
 
 
+USUAL_UNZIP = "/usr/bin/unzip"
+
+
+def unzip_program():
+    """What the stage builder ships: the unzip of our own where it was built, else the usual one."""
+    own = os.environ.get("STAGE_UNZIP", "")
+    return own if os.path.exists(own) else os.path.realpath(USUAL_UNZIP)
+
+
 def java_program():
     return read_file(tool("RECORDER"))
 
@@ -40,11 +49,11 @@ class Stage(Place):
                 "JRE_LOCATION": f"{COMPONENTS}/{JRE}/1.0/1/DataFiles",
                 "WAIT_FOR_COMPLETION": "TRUE"}
 
-    def __init__(self, top=MEDIA):
+    def __init__(self, top=MEDIA, unzip=None):
         self.top = top
         self.components = f"{top}/stage/Components"
         super().__init__(f"{top}/install")
-        shutil.copy(os.path.realpath("/usr/bin/unzip"), self.dir + "/unzip")
+        shutil.copy(unzip or os.path.realpath(USUAL_UNZIP), self.dir + "/unzip")
         self.component(JRE, "1.0", {"jre/1.0/bin/java": java_program()})
         self.component(ZUL, "1.7.0.0.0", {"zul/jlib/zul.jar": b"zul"})
         self.component(CORE, "1.7.0.0.0", {"zul/jlib/core.jar": b"core"})

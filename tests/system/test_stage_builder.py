@@ -2,11 +2,12 @@
 
 import os
 import subprocess
+import zipfile
 
 import pytest
 
 from harness import (OPERATOR_HOME, Place, java_home, read_file, set_inventory, tool, tree, write_file)
-from stage import CopyHome, java_program
+from stage import USUAL_UNZIP, CopyHome, java_program, unzip_program
 
 TOOLS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tools")
 STAGE = f"{OPERATOR_HOME}/built"
@@ -58,6 +59,7 @@ def test_a_stage_holds_launcher_unzip_catalogues_parameter_file_and_components(c
     for name in ("install/setupLauncher", "install/unzip"):
         assert found[name][1] == 0o755
     assert read_file(STAGE + "/install/setupLauncher") == read_file(tool("LAUNCHER"))
+    assert read_file(STAGE + "/install/unzip") == read_file(unzip_program())
     assert {name for name in found if name.endswith(".nls")} == {
         "install/resource/" + name for name in os.listdir(tool("CATALOGUES")) if name.endswith(".nls")}
     assert found["install/talparam.ini"][2].decode().splitlines() == [
@@ -80,6 +82,34 @@ def test_a_built_stage_launches(components):
     assert launch.record.tree["zul/plain.txt"][2] == b"as it is"
     assert launch.plain(launch.record.argv[0]) == "{SCRATCH}/jre/1/bin/java"
     assert launch.scratches == []
+
+
+def test_a_stage_built_with_the_usual_unzip_ships_it_and_launches(components):
+    build_stage("--unzip", USUAL_UNZIP, "--param", "MULTICD=FALSE", STAGE, *components.values())
+    assert read_file(STAGE + "/install/unzip") == read_file(USUAL_UNZIP)
+    launch = launched(["-silent", "-waitForCompletion"])
+    launch.assert_status(0)
+    assert launch.record.tree["zul/plain.txt"][2] == b"as it is"
+
+
+def test_a_launcher_without_an_unzip_of_its_own_gets_the_usual_one(components):
+    write_file("/tmp/elsewhere/bin/intelsolaris/setupLauncher", read_file(tool("LAUNCHER")), 0o755)
+    done = build_stage("--launcher", "/tmp/elsewhere/bin/intelsolaris/setupLauncher", STAGE,
+                       *components.values())
+    assert (done.returncode, done.stderr) == (0, "")
+    assert read_file(STAGE + "/install/unzip") == read_file(USUAL_UNZIP)
+
+
+@pytest.mark.parametrize("level", range(10))
+def test_a_stage_is_packed_as_hard_as_its_level_says(components, level):
+    text = write_file(f"{OPERATOR_HOME}/own/zul/zul/text", b"".join(b"%d " % (n * n) for n in range(20000)))
+    subprocess.run(["zip", "-q", "-j", f"-{level}", "/tmp/alone.zip", text], check=True)
+    assert build_stage("--level", str(level), STAGE, components["zul"]).returncode == 0
+    with zipfile.ZipFile(f"{STAGE}/stage/Components/talvex.swd.zul/1.7.0.0.0/1/DataFiles/"
+                         "talvex.swd.zul.jar") as jar, zipfile.ZipFile("/tmp/alone.zip") as alone:
+        packed, wanted = jar.getinfo("zul/text"), alone.getinfo("text")
+    assert (packed.compress_type, packed.compress_size) == (wanted.compress_type, wanted.compress_size)
+    assert (packed.compress_type == zipfile.ZIP_STORED) == (level == 0)
 
 
 def test_the_sample_installer_runs_from_a_stage_on_the_unpacked_runtime(components):
@@ -146,6 +176,8 @@ def test_what_cannot_be_built_is_said_in_one_line_and_leaves_nothing(root_as_new
     (["--launcher", "/nowhere"], "no launcher at /nowhere that can be read and started"),
     (["--catalogues", "/nowhere"], "no message catalogue at /nowhere/cons.nls"),
     (["--unzip", "/nowhere"], "no unzip program at /nowhere that can be read and started; name one with --unzip"),
+    (["--level", "10"], "10 is not a level of packing: 0 to 9"),
+    (["--level", ""], " is not a level of packing: 0 to 9"),
     (["--param", "no line"], "no line is not a line KEY=VALUE of talparam.ini"),
     (["--param", "A=1\nB=2"], "A=1\nB=2 is not a line KEY=VALUE of talparam.ini"),
     (["--what"], "the option --what is not known"),
