@@ -34,7 +34,7 @@ def test_a_debug_launch_lists_what_is_unpacked(stage):
     launch = stage.launch("-silent", "-debug")
     launch.assert_status(0)
     assert launch.stdout.count(b"Archive:  ") == 5
-    assert f".jar\n  inflating: {launch.scratch}/zul/jlib/zul.jar  \n".encode() in launch.stdout
+    assert f".jar\n extracting: {launch.scratch}/zul/jlib/zul.jar  \n".encode() in launch.stdout
 
 
 def test_a_launch_that_only_unpacks_leaves_the_components(stage):
