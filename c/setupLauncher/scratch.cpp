@@ -97,6 +97,7 @@ int GetScratchPath(std::string& Spath) {
     }
     // The launch has failed, but the one name more is tried all the same.
     complain("S_ERPERDIR", scratch_name(base, 0));
+    complain_of_place(scratch_name(base, 0), EEXIST, kUsualNeed);
     if (!make_scratch(candidate))
         complain_of_creation(candidate, errno);
     return kFailed;

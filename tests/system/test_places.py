@@ -116,7 +116,8 @@ def test_a_full_name_space_is_told_and_ends_the_launch_though_one_more_name_is_t
         os.mkdir(f"/tmp/TalInstallsame_{suffix}")
     launch = home.launch("-silent", "-timestamp", "same")
     launch.assert_status(255)
-    assert_same(launch.stderr, en("S_ERPERDIR", "/tmp/TalInstallsame") + b"\n")
+    assert_same(launch.stderr, en("S_ERPERDIR", "/tmp/TalInstallsame") + b"\n"
+                + en("S_REASON", "/tmp/TalInstallsame", "File exists") + b"\n")
     assert os.path.isdir("/tmp/TalInstallsame_1024")
     os.rmdir("/tmp/TalInstallsame_1023")
     launch = home.launch("-silent", "-timestamp", "same")
