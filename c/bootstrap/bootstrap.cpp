@@ -38,7 +38,7 @@ struct Selection {
     bool jre = false;
 };
 
-BootstrapFailure failure{"", ""};
+BootstrapFailure failure;
 
 timeval now() {
     timeval moment{};

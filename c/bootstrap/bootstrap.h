@@ -47,7 +47,7 @@ struct BootstrapInput {
 // The step at which a bootstrap failed, by the key of its name, and what was to be brought then: a
 // component, a directory, or the setting that was not met.
 struct BootstrapFailure {
-    const char* step;
+    const char* step = "";
     std::string component;
 };
 

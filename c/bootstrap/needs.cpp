@@ -18,6 +18,9 @@ constexpr std::size_t kLongestComment = 0xFFFF;
 // Its table of contents: a record for each file, with its name and other texts behind it.
 constexpr std::string_view kEntryRecord = "PK\1\2";
 constexpr std::size_t kEntryRecordSize = 46;
+// Where an entry record tells the unpacked size, and the lengths of the three texts behind it.
+constexpr std::size_t kUnpackedSizeAt = 24;
+constexpr std::size_t kTextLengthsAt[] = {28, 30, 32};
 // No table is read beyond this; whoever writes one that is longer has no jar to unpack.
 constexpr std::uint64_t kLongestTable = std::uint64_t{64} << 20;
 
@@ -66,9 +69,10 @@ void add_archive(Need& need, const std::string& path, std::uint64_t block) {
         const std::string_view record = std::string_view(table).substr(at);
         if (!record.starts_with(kEntryRecord))
             return;
-        add_file(need, number_at(record, 24, 4), block);
-        at += kEntryRecordSize + number_at(record, 28, 2) + number_at(record, 30, 2) +
-              number_at(record, 32, 2);
+        add_file(need, number_at(record, kUnpackedSizeAt, 4), block);
+        at += kEntryRecordSize;
+        for (const std::size_t length_at : kTextLengthsAt)
+            at += number_at(record, length_at, 2);
         if (at > table.size())
             return;
     }

@@ -72,8 +72,8 @@ int copy_tree(const std::string& source, const std::string& dest) {
         return kOk;
     TreeWalk walk = walk_over(source);
     std::string here;
-    bool missing = false;        // `here` could not be made
-    CopyFailure first_missing{}; // and the first for which that is so
+    bool missing = false;      // `here` could not be made
+    CopyFailure first_missing; // and the first for which that is so
     while (noted_signal() == 0 && next_step(walk)) {
         if (walk.step == WalkStep::kDirectoryOpened) {
             here = path_in_list(walk, walk.directory, dest);

@@ -38,7 +38,7 @@ int copyFile(const char* source, const char* dest);
 // Where the last copy that failed did so, and the system's error number.
 struct CopyFailure {
     std::string path;
-    int error;
+    int error = 0;
 };
 const CopyFailure& last_copy_failure();
 

@@ -30,9 +30,11 @@ std::string beginning_of(const std::string& path) {
 }
 
 bool belongs_to_text(char byte) {
-    constexpr std::string_view allowed = "\a\b\t\n\v\f\r\x1b";
-    const auto code = static_cast<unsigned char>(byte);
-    return (code >= ' ' && code != 0x7f) || (code != 0 && allowed.find(byte) != allowed.npos);
+    constexpr std::string_view controls_in_texts = "\a\b\t\n\v\f\r\x1b";
+    constexpr char kDelete = '\x7f';
+    if (static_cast<unsigned char>(byte) >= ' ')
+        return byte != kDelete;
+    return controls_in_texts.find(byte) != std::string_view::npos;
 }
 
 // The number of `size` bytes at `at`, the lowest first; 0 behind the end.
