@@ -4,12 +4,13 @@ whoever waits for it."""
 
 import os
 import shutil
+import signal
 import socket
 
 import pytest
 
-from harness import OPERATOR_HOME, Home, en, tree, write_file
-from hostile import ends, fixture_of, runs, told
+from harness import OPERATOR_HOME, Home, tree, write_file, write_script
+from hostile import fixture_of, runs, told
 from stage import COMPONENTS, CORE, CopyHome, Stage
 
 fixture_home = fixture_of("home", Home)
@@ -166,3 +167,12 @@ def test_a_core_that_cannot_be_unpacked_is_told_of_in_the_operators_language(sta
     assert (f"The component {CORE} could not be unpacked from "
             f"{COMPONENTS}/{CORE}/1.7.0.0.0/1/DataFiles. The installer is started without it and "
             "may be incomplete.").encode() in launch.stderr
+
+
+@pytest.mark.parametrize("component", ["talvex.swd.zul", CORE])
+def test_a_signal_during_unpacking_is_the_only_reason_that_is_told(stage, component):
+    stage.ini(BOOTSTRAP_COMPS=component)
+    write_script(stage.dir + "/unzip", "kill -TERM $PPID\nexec sleep 10\n")
+    launch = stage.launch("-silent")
+    assert launch.status == -signal.SIGTERM
+    assert launch.stderr == told("S_LAUNCH_SIGNALLED", "SIGTERM", int(signal.SIGTERM))
