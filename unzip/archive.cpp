@@ -23,15 +23,16 @@ constexpr std::uint64_t kOffsetInRecord = 42; // of the place of the entry's own
 // A number of 4 bytes that stands for one in the extra field of this number.
 constexpr std::uint64_t kInExtraField = 0xffffffff;
 constexpr unsigned kLargeNumbers = 0x0001;
-constexpr unsigned kSizesFollow = 1U << 3;   // flags: sum and sizes stand behind the data
-constexpr std::size_t kLongestText = 0xffff; // of a name or of extra fields
+constexpr unsigned kSizesFollow = 1U << 3;      // flags: sum and sizes stand behind the data
+constexpr std::uint64_t kHighestCount = 0xffff; // in two bytes
+constexpr std::size_t kLongestText = 0xffff;    // of a name or of extra fields
 
 // Where an archive has no entries it begins with its end, which the library takes for none.
 constexpr std::string_view kEmptyArchive("PK\5\6\0\0\0\0\0\0\0\0", 12);
 
 // Bytes of the archive around the last place that was read.
 struct Window {
-    std::array<char, 8192> bytes;
+    std::array<char, 8192> bytes{};
     std::uint64_t start = 0;
     std::size_t length = 0;
 };
@@ -39,15 +40,15 @@ struct Window {
 // The archive as the library reads it: a few bytes at a time, in turn from the directory and from
 // the entries' headers, so there is a window for each.
 struct Source {
-    int file;
-    std::uint64_t size;
+    int file = -1;
+    std::uint64_t size = 0;
     std::uint64_t position = 0;
     bool fell_short = false;  // the last read met the end of the file, or failed
     std::uint64_t sought = 0; // the last place the library went to by its distance from the start
-    std::array<Window, 2> windows;
+    std::array<Window, 2> windows{};
     std::size_t last = 0; // the window that was read last
-    std::array<char, kLongestText> name;
-    std::array<char, kLongestText> extra;
+    std::array<char, kLongestText> name{};
+    std::array<char, kLongestText> extra{};
 };
 
 bool fill(Window& window, const Source& source) {
@@ -172,6 +173,9 @@ void take_large_numbers(std::initializer_list<std::uint64_t*> numbers, std::stri
     }
 }
 
+// The places of bytes are those of the format.
+// NOLINTBEGIN(cppcoreguidelines-avoid-magic-numbers)
+
 // Whether the entry's own header, of which `header` is the fixed part, tells the same as the
 // directory.
 bool is_same(const ZipEntry& entry, std::string_view header, std::string_view extra) {
@@ -208,6 +212,8 @@ void read_local_header(ZipEntry& entry, std::string_view name, Source& source) {
     else if (entry.packed > source.size || entry.data > source.size - entry.packed)
         refuse(entry, kUnzipEndsEarly, "the archive ends before its data");
 }
+
+// NOLINTEND(cppcoreguidelines-avoid-magic-numbers)
 
 // Takes the directory record at `position` and goes to the next; false when there is none.
 // Positions of the library and offsets in records count from `start` of the file.
@@ -271,8 +277,9 @@ void read_directory(ZipArchive& archive, unzFile directory, Source& source) {
         }
     }
     const std::uint64_t found = archive.entries.size();
-    if (found != told.number_entry && (found < told.number_entry || told.number_entry > 0xffff ||
-                                       found % 0x10000 != told.number_entry % 0x10000))
+    if (found != told.number_entry &&
+        (found < told.number_entry || told.number_entry > kHighestCount ||
+         found % 0x10000 != told.number_entry % 0x10000))
         archive.problem = {kUnzipBrokenDirectory, "its directory is broken: it tells of " +
                                                       std::to_string(told.number_entry) +
                                                       " entries and holds " +

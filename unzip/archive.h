@@ -25,21 +25,21 @@ struct ZipProblem {
 ZipProblem problem_of_errno(int status);
 
 struct ZipEntry {
-    std::uint64_t packed;      // bytes in the archive
-    std::uint64_t unpacked;    // bytes afterwards, as the directory tells
-    std::uint64_t header;      // where the entry's own header begins in the file
-    std::uint64_t data;        // where its packed bytes begin in the file
-    std::uint64_t name_at;     // for entry_name
-    EntryTimes times;          // for extraction: from the local header's extra fields
-    std::uint32_t crc;         // of the unpacked bytes
-    std::uint32_t external;    // attributes, see entry_mode
-    std::uint32_t dos_time;    // as the directory has it
-    std::uint16_t name_length; // in bytes
-    std::uint16_t made_by;     // the system and version that made it
-    std::uint16_t method;      // kZipStored, kZipDeflated or one that cannot be unpacked
-    std::uint16_t flags;       // see kZipEncrypted, kZipUtf8
-    int status;                // of status.h: 0, or why the entry cannot be unpacked,
-    const char* reason;        // and that in words, else null
+    std::uint64_t packed = 0;      // bytes in the archive
+    std::uint64_t unpacked = 0;    // bytes afterwards, as the directory tells
+    std::uint64_t header = 0;      // where the entry's own header begins in the file
+    std::uint64_t data = 0;        // where its packed bytes begin in the file
+    std::uint64_t name_at = 0;     // for entry_name
+    EntryTimes times;              // for extraction: from the local header's extra fields
+    std::uint32_t crc = 0;         // of the unpacked bytes
+    std::uint32_t external = 0;    // attributes, see entry_mode
+    std::uint32_t dos_time = 0;    // as the directory has it
+    std::uint16_t name_length = 0; // in bytes
+    std::uint16_t made_by = 0;     // the system and version that made it
+    std::uint16_t method = 0;      // kZipStored, kZipDeflated or one that cannot be unpacked
+    std::uint16_t flags = 0;       // see kZipEncrypted, kZipUtf8
+    int status = 0;                // of status.h: 0, or why the entry cannot be unpacked,
+    const char* reason = nullptr;  // and that in words, else null
 };
 
 inline constexpr unsigned kZipStored = 0;

@@ -31,6 +31,9 @@ std::int64_t time_at(std::string_view bytes, std::size_t at) {
 
 } // namespace
 
+// The places of bits and bytes are those of the format.
+// NOLINTBEGIN(cppcoreguidelines-avoid-magic-numbers)
+
 std::int64_t time_of_dos(std::uint32_t dos_time) {
     // Many entries share their time, and the system's look at its clock's rules is slow.
     thread_local std::uint32_t last_dos_time = 0;
@@ -83,13 +86,16 @@ std::string unicode_name(std::string_view extra, std::string_view name) {
         // A version, the sum of the name that it stands for, the name.
         if (number != kUnicodePath || field.size() < 6 || field[0] != 1)
             continue;
-        const auto sum = crc32(crc32(0, nullptr, 0), reinterpret_cast<const Bytef*>(name.data()),
+        const auto sum = crc32(crc32(0, nullptr, 0),
+                               static_cast<const Bytef*>(static_cast<const void*>(name.data())),
                                static_cast<uInt>(name.size()));
         if (sum == number_at(field, 1, 4))
             return std::string(field.substr(5));
     }
     return "";
 }
+
+// NOLINTEND(cppcoreguidelines-avoid-magic-numbers)
 
 mode_t entry_mode(unsigned made_by, std::uint32_t external, bool is_directory, mode_t mask) {
     const auto unix_mode = static_cast<mode_t>(external >> 16U);

@@ -216,7 +216,7 @@ void drop_file(NewFile& made) {
 
 ZipProblem make_link(OpenDirectory& last, const Destination& destination, std::string_view name,
                      const std::string& target) {
-    const ZipProblem problem = go_to_parent(last, destination, name);
+    ZipProblem problem = go_to_parent(last, destination, name);
     if (problem.status != 0)
         return problem;
     for (int tries = 0; tries < kWorkingNames; ++tries) {
@@ -232,7 +232,7 @@ ZipProblem make_link(OpenDirectory& last, const Destination& destination, std::s
 ZipProblem finish_directory(OpenDirectory& last, const Destination& destination,
                             std::string_view name, mode_t mode, const EntryTimes& times) {
     bool made = false;
-    const ZipProblem problem = go_to(made, last, destination, name);
+    ZipProblem problem = go_to(made, last, destination, name);
     if (problem.status != 0)
         return problem;
     if (futimens(last.directory, times_of(times).data()) != 0 ||

@@ -26,6 +26,8 @@ struct OpenDirectory {
     ~OpenDirectory();
     OpenDirectory(const OpenDirectory&) = delete;
     OpenDirectory& operator=(const OpenDirectory&) = delete;
+    OpenDirectory(OpenDirectory&&) = delete;
+    OpenDirectory& operator=(OpenDirectory&&) = delete;
 
     std::string name; // below the destination
     int directory = -1;

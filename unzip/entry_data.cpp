@@ -164,14 +164,14 @@ ZipProblem inflate_pieces(z_stream& stream, Unpacker& unpacker, const ZipArchive
         if (stream.avail_in == 0 && taken < entry.packed) {
             const auto size =
                 static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, entry.packed - taken));
-            const ZipProblem problem = read_packed(from, archive, entry.data + taken, size);
+            ZipProblem problem = read_packed(from, archive, entry.data + taken, size);
             if (problem.status != 0)
                 return problem;
-            stream.next_in = reinterpret_cast<Bytef*>(from);
+            stream.next_in = static_cast<Bytef*>(static_cast<void*>(from));
             stream.avail_in = static_cast<uInt>(size);
             taken += size;
         }
-        stream.next_out = reinterpret_cast<Bytef*>(to);
+        stream.next_out = static_cast<Bytef*>(static_cast<void*>(to));
         stream.avail_out = static_cast<uInt>(kPiece);
         result = inflate(&stream, Z_NO_FLUSH);
         if (result == Z_MEM_ERROR)
@@ -183,7 +183,7 @@ ZipProblem inflate_pieces(z_stream& stream, Unpacker& unpacker, const ZipArchive
         if (came > entry.unpacked)
             return broken("its data is longer than the directory tells");
         sum = libdeflate_crc32(sum, to, size);
-        const ZipProblem problem = write_unpacked(unpacker, file, to, size);
+        ZipProblem problem = write_unpacked(unpacker, file, to, size);
         if (problem.status != 0)
             return problem;
     }
@@ -214,7 +214,7 @@ ZipProblem unpack_deflated(Unpacker& unpacker, const ZipArchive& archive, const 
     if (!can_be_unpacked_whole(unpacker, entry) || !make_room(unpacker.unpacked, entry.unpacked))
         return unpack_in_pieces(unpacker, archive, entry, file);
     char* to = unpacker.unpacked.bytes;
-    const ZipProblem problem = inflate_whole(to, unpacker, archive, entry);
+    ZipProblem problem = inflate_whole(to, unpacker, archive, entry);
     if (problem.status != 0)
         return problem;
     return write_unpacked(unpacker, file, to, entry.unpacked);
@@ -259,7 +259,7 @@ ZipProblem unpack_text(std::string& text, Unpacker& unpacker, const ZipArchive& 
             return no_memory();
         return inflate_whole(text.data(), unpacker, archive, entry);
     }
-    const ZipProblem problem = read_packed(text.data(), archive, entry.data, text.size());
+    ZipProblem problem = read_packed(text.data(), archive, entry.data, text.size());
     if (problem.status != 0)
         return problem;
     return compare_sum(entry, libdeflate_crc32(0, text.data(), text.size()));

@@ -26,6 +26,8 @@ struct Buffer {
     ~Buffer();
     Buffer(const Buffer&) = delete;
     Buffer& operator=(const Buffer&) = delete;
+    Buffer(Buffer&&) = delete;
+    Buffer& operator=(Buffer&&) = delete;
 
     char* bytes = nullptr;
     std::size_t size = 0;

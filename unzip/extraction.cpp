@@ -132,7 +132,7 @@ ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std:
 // Reads the target of link number `i`, which is made when all files are there.
 ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     std::string target;
-    const ZipProblem problem =
+    ZipProblem problem =
         unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
     if (problem.status != 0)
         return problem;
@@ -149,7 +149,7 @@ ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
 
 ZipProblem check_only(Work& work, Unpacker& unpacker, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
-    const ZipProblem problem = unpack_entry(unpacker, work.archive, entry, -1);
+    ZipProblem problem = unpack_entry(unpacker, work.archive, entry, -1);
     if (!work.options.check_only)
         list_file(work, i);
     else if (problem.status == 0 && lists_entries(work))
@@ -189,7 +189,7 @@ void* take_entries(void* shared) {
         const ZipEntry& entry = work.archive.entries[i];
         const std::uint64_t memory = work.plan.entries[i].status == 0 ? memory_needed(entry) : 0;
         take_memory(work, memory);
-        const ZipProblem problem = work_on(work, unpacker, last, i);
+        ZipProblem problem = work_on(work, unpacker, last, i);
         give_memory(work, memory);
         note(work, i, problem);
         if (!ends_everything(problem))

@@ -4,8 +4,10 @@
 
 namespace {
 
+constexpr char kDelete = 0x7f;
+
 bool is_control(char c) {
-    return (c >= 0 && c < ' ') || c == 0x7f;
+    return (c >= 0 && c < ' ') || c == kDelete;
 }
 
 bool is_letter(char c) {

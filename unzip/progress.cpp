@@ -11,18 +11,22 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds kSilence{1000};
-constexpr std::chrono::milliseconds kPause{100};
+constexpr std::int64_t kSilence = 1000; // milliseconds
+constexpr std::int64_t kPause = 100;
 constexpr unsigned kUsualWidth = 80;
-constexpr std::uint64_t kMegabyte = 1000 * 1000;
+constexpr std::uint64_t kMegabyte = 1000000;
 constexpr std::uint64_t kWhole = 100; // percent
 
 std::string shown_subject;
 std::uint64_t whole = 0;
-Clock::time_point next_time;
+std::int64_t next_time = 0;
 std::size_t shown_width = 0; // of the line that stands there
+
+// A clock that is never set, in milliseconds.
+std::int64_t now() {
+    const auto moment = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(moment).count();
+}
 
 unsigned terminal_width() {
     struct winsize size {};
@@ -60,13 +64,13 @@ void start_progress(const std::string& subject, std::uint64_t total) {
     shown_subject = subject;
     whole = total;
     shown_width = 0;
-    next_time = Clock::now() + kSilence;
+    next_time = now() + kSilence;
 }
 
 void show_progress(std::uint64_t done) {
-    if (shown_subject.empty() || Clock::now() < next_time || tcgetpgrp(STDERR_FILENO) != getpgrp())
+    if (shown_subject.empty() || now() < next_time || tcgetpgrp(STDERR_FILENO) != getpgrp())
         return;
-    next_time = Clock::now() + kPause;
+    next_time = now() + kPause;
     const std::string text = progress_text(shown_subject, done, whole, terminal_width());
     const std::size_t rest = shown_width > text.size() ? shown_width - text.size() : 0;
     write_line("\r" + text + std::string(rest, ' '));
