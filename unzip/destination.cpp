@@ -174,6 +174,21 @@ ZipProblem look_at(Found& found, OpenDirectory& last, const Destination& destina
     return {};
 }
 
+ZipProblem begin_short_file(bool& is_taken, NewFile& made, OpenDirectory& last,
+                            const Destination& destination, std::string_view name) {
+    ZipProblem problem = go_to_parent(last, destination, name);
+    if (problem.status != 0)
+        return problem;
+    made.directory = last.directory;
+    made.name = made.working_name = last_part(name);
+    made.file = openat(made.directory, made.name.c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IWUSR);
+    is_taken = made.file < 0 && errno == EEXIST;
+    if (made.file < 0 && !is_taken)
+        return problem_of_errno(kUnzipDiskFull);
+    return {};
+}
+
 ZipProblem begin_file(NewFile& made, OpenDirectory& last, const Destination& destination,
                       std::string_view name) {
     ZipProblem problem = go_to_parent(last, destination, name);
@@ -203,6 +218,8 @@ ZipProblem finish_file(NewFile& made, mode_t mode, const EntryTimes& times) {
     if (close(made.file) != 0 && problem.status == 0)
         problem = problem_of_errno(kUnzipDiskFull);
     made.file = -1;
+    if (problem.status == 0 && made.working_name == made.name)
+        return {};
     if (problem.status == 0)
         return move_to_place(made.directory, made.working_name, made.name);
     drop_file(made);

@@ -33,7 +33,7 @@ struct OpenDirectory {
     int directory = -1;
 };
 
-// A file that is being written under a name of its own beside its place.
+// A file that is being written: under a name of its own beside its place, or there and unreadable.
 struct NewFile {
     std::string name; // its place
     std::string working_name;
@@ -60,6 +60,11 @@ ZipProblem look_at(Found& found, OpenDirectory& last, const Destination& destina
                    std::string_view name);
 
 // Begins a file that is to become `name`. Whoever has begun it finishes or drops it.
+//
+// A short one, where nothing lies, begins at its place, which is quickest; until it is finished
+// nobody may read it. `is_taken` then says that something lies there, and nothing has begun.
+ZipProblem begin_short_file(bool& is_taken, NewFile& made, OpenDirectory& last,
+                            const Destination& destination, std::string_view name);
 ZipProblem begin_file(NewFile& made, OpenDirectory& last, const Destination& destination,
                       std::string_view name);
 

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t kLargestWhole = std::uint64_t{256} << 20;
 constexpr std::size_t kPiece = std::size_t{256} << 10;
 // What is kept from one entry to the next; greater memory goes back at once.
-constexpr std::size_t kKept = std::size_t{2} << 20;
+constexpr std::size_t kKept = std::size_t{512} << 10;
 // Deflated data becomes at most this many times as long.
 constexpr std::uint64_t kGreatestGrowth = 1032;
 
@@ -211,7 +211,8 @@ ZipProblem unpack_deflated(Unpacker& unpacker, const ZipArchive& archive, const 
                            int file) {
     if (is_told_too_long(entry))
         return broken("its data is shorter than the directory tells");
-    if (!can_be_unpacked_whole(unpacker, entry) || !make_room(unpacker.unpacked, entry.unpacked))
+    if (unpacker.in_pieces || !can_be_unpacked_whole(unpacker, entry) ||
+        !make_room(unpacker.unpacked, entry.unpacked))
         return unpack_in_pieces(unpacker, archive, entry, file);
     char* to = unpacker.unpacked.bytes;
     ZipProblem problem = inflate_whole(to, unpacker, archive, entry);

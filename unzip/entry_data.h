@@ -38,7 +38,8 @@ struct Unpacker {
     Buffer packed;
     Buffer unpacked;
     std::unique_ptr<libdeflate_decompressor, FreeDecompressor> decompressor;
-    const std::atomic<bool>* stop = nullptr;       // when it becomes true, unpacking breaks off
+    bool in_pieces = false;                  // memory is short; entries are unpacked in pieces
+    const std::atomic<bool>* stop = nullptr; // when it becomes true, unpacking breaks off
     std::atomic<std::uint64_t>* written = nullptr; // counts the bytes that are done
 };
 

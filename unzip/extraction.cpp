@@ -24,13 +24,15 @@ namespace {
 
 constexpr std::size_t kMostThreads = 4;
 // More than this is not in use at a time, unless a single entry needs more.
-constexpr std::uint64_t kCommonMemory = std::uint64_t{4} << 20;
-// Entries of this size are begun first, so that none of them is worked on alone at the end.
-constexpr std::uint64_t kLarge = std::uint64_t{1} << 20;
+constexpr std::uint64_t kCommonMemory = std::uint64_t{8} << 20;
+// Files up to this size are written at once and by one thread: what they cost is the making of
+// names, at which threads only wait for each other.
+constexpr std::uint64_t kShort = std::uint64_t{64} << 10;
 constexpr std::size_t kLongestTarget = 4095; // of a symbolic link
 constexpr std::chrono::milliseconds kLook{100};
 
-// One archive at work. The threads take the entries by their place in `order`.
+// One archive at work. The first thread takes the short entries and then, as the others do, long
+// ones.
 struct Work {
     const ZipArchive& archive;
     const Plan& plan;
@@ -38,14 +40,16 @@ struct Work {
     const ExtractionOptions& options;
     std::atomic<std::uint64_t>& written;
 
-    std::vector<std::uint32_t> order{};
+    std::vector<std::uint32_t> short_ones{};
+    std::vector<std::uint32_t> long_ones{};
     std::vector<std::uint32_t> made_directories{}; // by their entries
-    std::atomic<std::size_t> next{0};
+    std::atomic<std::size_t> next_long{0};
+    std::atomic<bool> has_first_thread{false};
     std::atomic<bool> stop{false};
     std::atomic<std::uint64_t> finished{0}; // bytes of entries that are done with
 
     std::mutex lock{}; // of all that follows
-    std::condition_variable change{};
+    std::condition_variable thread_ended{};
     std::size_t running = 0;
     std::uint64_t memory_in_use = 0;
     std::uint64_t memory_at_most = 0;
@@ -82,17 +86,18 @@ bool lists_entries(const Work& work) {
     return work.options.quiet == 0;
 }
 
-void take_memory(Work& work, std::uint64_t bytes) {
-    std::unique_lock<std::mutex> held(work.lock);
-    while (work.memory_in_use != 0 && work.memory_in_use + bytes > work.memory_at_most)
-        work.change.wait(held);
+// Takes as much memory, or none at all when others have too much of it.
+std::uint64_t taken_memory(Work& work, std::uint64_t bytes) {
+    const std::lock_guard<std::mutex> held(work.lock);
+    if (work.memory_in_use + bytes > work.memory_at_most)
+        return 0;
     work.memory_in_use += bytes;
+    return bytes;
 }
 
 void give_memory(Work& work, std::uint64_t bytes) {
     const std::lock_guard<std::mutex> held(work.lock);
     work.memory_in_use -= bytes;
-    work.change.notify_all();
 }
 
 void list_file(const Work& work, std::uint32_t i) {
@@ -102,18 +107,31 @@ void list_file(const Work& work, std::uint32_t i) {
                     shown_entry(work, i).c_str());
 }
 
-// Unpacks file number `i` to its place.
-ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
-    const ZipEntry& entry = work.archive.entries[i];
-    const std::string name(planned_name(work.plan, i));
-    Found found = Found::kNothing;
-    ZipProblem problem = look_at(found, last, work.destination, name);
+// Begins file number `i` where it may be begun; `found` is what lies at its place.
+ZipProblem begin(Found& found, NewFile& made, Work& work, OpenDirectory& last, std::uint32_t i) {
+    const std::string_view name = planned_name(work.plan, i);
+    bool is_taken = true;
+    found = Found::kNothing;
+    ZipProblem problem;
+    if (work.archive.entries[i].unpacked <= kShort) {
+        problem = begin_short_file(is_taken, made, last, work.destination, name);
+        if (problem.status != 0 || !is_taken)
+            return problem;
+    }
+    problem = look_at(found, last, work.destination, name);
     if (problem.status != 0)
         return problem;
     if (found != Found::kNothing && !work.options.replace)
         return {kUnzipWarning, "it is there already and left as it is; -o replaces it"};
+    return begin_file(made, last, work.destination, name);
+}
+
+// Unpacks file number `i` to its place.
+ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
+    const ZipEntry& entry = work.archive.entries[i];
+    Found found = Found::kNothing;
     NewFile made;
-    problem = begin_file(made, last, work.destination, name);
+    ZipProblem problem = begin(found, made, work, last, i);
     if (problem.status != 0)
         return problem;
     list_file(work, i);
@@ -174,59 +192,64 @@ ZipProblem work_on(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uin
     return {};
 }
 
-// What each thread does: one entry after the other until there are none.
+void take_entry(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
+    const ZipEntry& entry = work.archive.entries[i];
+    const std::uint64_t wanted = work.plan.entries[i].status == 0 ? memory_needed(entry) : 0;
+    const std::uint64_t memory = taken_memory(work, wanted);
+    unpacker.in_pieces = memory < wanted;
+    const ZipProblem problem = work_on(work, unpacker, last, i);
+    give_memory(work, memory);
+    note(work, i, problem);
+    if (!ends_everything(problem))
+        work.finished += entry.unpacked;
+}
+
+// What each thread does.
 void* take_entries(void* shared) {
     Work& work = *static_cast<Work*>(shared);
     Unpacker unpacker;
     unpacker.stop = &work.stop;
     unpacker.written = &work.written;
     OpenDirectory last;
-    while (!work.stop) {
-        const std::size_t at = work.next++;
-        if (at >= work.order.size())
-            break;
-        const std::uint32_t i = work.order[at];
-        const ZipEntry& entry = work.archive.entries[i];
-        const std::uint64_t memory = work.plan.entries[i].status == 0 ? memory_needed(entry) : 0;
-        take_memory(work, memory);
-        ZipProblem problem = work_on(work, unpacker, last, i);
-        give_memory(work, memory);
-        note(work, i, problem);
-        if (!ends_everything(problem))
-            work.finished += entry.unpacked;
+    if (!work.has_first_thread.exchange(true)) {
+        for (std::size_t at = 0; at < work.short_ones.size() && !work.stop; ++at)
+            take_entry(work, unpacker, last, work.short_ones[at]);
     }
+    for (std::size_t at = work.next_long++; at < work.long_ones.size() && !work.stop;
+         at = work.next_long++)
+        take_entry(work, unpacker, last, work.long_ones[at]);
     const std::lock_guard<std::mutex> held(work.lock);
     --work.running;
-    work.change.notify_all();
+    work.thread_ended.notify_all();
     return nullptr;
 }
 
-std::size_t wanted_threads(const Work& work) {
-    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
-    if (lists_entries(work) || cores < 2)
-        return 1;
-    return std::min({kMostThreads, static_cast<std::size_t>(cores), work.order.size()});
-}
-
-// The order in which the entries are taken, and what memory they may take at a time.
+// Sorts the entries for the threads, and settles what memory they may take at a time.
 void arrange(Work& work) {
     const std::vector<ZipEntry>& entries = work.archive.entries;
     std::uint64_t largest = 0;
     for (std::uint32_t i = 0; i < entries.size(); ++i) {
-        work.order.push_back(i);
+        // Where they are listed, one thread takes them all in their order.
+        const bool is_short = lists_entries(work) || entries[i].unpacked <= kShort;
+        (is_short ? work.short_ones : work.long_ones).push_back(i);
         if (work.plan.entries[i].status == 0)
             largest = std::max(largest, memory_needed(entries[i]));
     }
     work.memory_at_most = largest + kCommonMemory;
-    if (lists_entries(work))
-        return;
-    const auto small =
-        std::stable_partition(work.order.begin(), work.order.end(), [&entries](std::uint32_t i) {
-            return entries[i].unpacked >= kLarge;
-        });
-    std::stable_sort(work.order.begin(), small, [&entries](std::uint32_t a, std::uint32_t b) {
-        return entries[a].unpacked > entries[b].unpacked;
+    std::vector<std::uint32_t>& order = work.long_ones;
+    std::stable_sort(order.begin(), order.end(), [&entries](std::uint32_t a, std::uint32_t b) {
+        return entries[a].unpacked < entries[b].unpacked;
     });
+    // The greatest takes longest and goes first; the smaller ones find memory beside it.
+    if (!order.empty())
+        std::rotate(order.begin(), order.end() - 1, order.end());
+}
+
+std::size_t wanted_threads(const Work& work) {
+    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+    const std::size_t useful = work.long_ones.size() + (work.short_ones.empty() ? 0 : 1);
+    return std::max<std::size_t>(
+        1, std::min({kMostThreads, cores < 1 ? 1 : static_cast<std::size_t>(cores), useful}));
 }
 
 // Lets the threads work, watches for an interruption and shows how far they are.
@@ -249,7 +272,7 @@ void run_threads(Work& work) {
         take_entries(&work);
     std::unique_lock<std::mutex> held(work.lock);
     while (work.running > 0) {
-        work.change.wait_for(held, kLook);
+        work.thread_ended.wait_for(held, kLook);
         if (unzip_is_interrupted)
             work.stop = true;
         show_progress(work.written);

@@ -128,7 +128,7 @@ def test_modes_lose_their_special_bits_and_types(root_as_new):
 @pytest.mark.parametrize("field, modified, accessed", [
     (struct.pack("<HHBii", 0x5455, 9, 3, 1_234_567_891, 1_234_567_893), 1_234_567_891, 1_234_567_893),
     (struct.pack("<HHBi", 0x5455, 5, 1, 1_234_567_891), 1_234_567_891, None),
-    (struct.pack("<HHBi", 0x5455, 5, 1, -5), -5, None),
+    (struct.pack("<HHBi", 0x5455, 5, 1, -5), None, None),
     (struct.pack("<HHii", 0x5855, 8, 1_234_567_893, 1_234_567_891), 1_234_567_891, 1_234_567_893),
     (struct.pack("<HHiiHH", 0x000d, 12, 1_234_567_893, 1_234_567_891, 0, 0), 1_234_567_891, 1_234_567_893),
     (struct.pack("<HH2s", 0x7855, 2, b"xx"), None, None),
