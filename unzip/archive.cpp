@@ -138,7 +138,8 @@ std::string bytes_at(Source& source, std::uint64_t position, std::size_t count) 
 // Opens what is a regular file, without waiting for the other end of what is not.
 bool open_file(ZipArchive& archive) {
     struct stat found {};
-    archive.file = open(archive.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (archive.file < 0)
+        archive.file = open(archive.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (archive.file < 0 || fstat(archive.file, &found) != 0)
         archive.problem = problem_of_errno(kUnzipNotFound);
     else if (!S_ISREG(found.st_mode))

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int kByteThatEndsData = 255;
 // Clocks of file systems tick as slowly as every two seconds: of a file that changed later than so
 // many seconds ago a further change might not show.
 constexpr time_t kSlowestTick = 2;
@@ -126,22 +125,6 @@ int next_line(std::string_view& line, Lines& lines) {
     return ++lines.next < kept_file.ends.size() ? 0 : -1;
 }
 
-// Whether `line` is a header, whose trailing white space is then cut off.
-bool IsBlockHeader(std::string_view& line) {
-    std::size_t white = 0;
-    while (white < line.size() && is_white_space(line[white]))
-        ++white;
-    if (white == line.size() || line[white] != '[')
-        return false;
-    // The search starts as far behind the bracket as the bracket is indented: a short indented
-    // header is not one. Parameter files in the field rely on that.
-    if (line.find(']', white + white) == std::string_view::npos)
-        return false;
-    while (is_white_space(line.back()))
-        line.remove_suffix(1);
-    return true;
-}
-
 // Reads on to just behind the header of `section`.
 bool find_section(Lines& lines, const char* section) {
     const std::string pattern = std::string("[") + section + "]";
@@ -181,6 +164,21 @@ void read_value(Lines& lines, const char* key, const char* fallback, std::string
 }
 
 } // namespace
+
+bool IsBlockHeader(std::string_view& line) {
+    std::size_t white = 0;
+    while (white < line.size() && is_white_space(line[white]))
+        ++white;
+    if (white == line.size() || line[white] != '[')
+        return false;
+    // The search starts as far behind the bracket as the bracket is indented: a short indented
+    // header is not one. Parameter files in the field rely on that.
+    if (line.find(']', white + white) == std::string_view::npos)
+        return false;
+    while (is_white_space(line.back()))
+        line.remove_suffix(1);
+    return true;
+}
 
 void TrimToken(std::string& Token) {
     std::size_t first = 0;

@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 // Looks `pVarName` up in section `pSection` of the file; null searches the lines before the first
 // header. `pValue` gets the value, or `pDefault` for a file, key or value that is not there; a
@@ -33,6 +34,13 @@ int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVar
 // `bIgnoreSpace` keeps blanks inside the token (a value); without it a blank ends it (a key).
 // 0, or -1 for a missing or malformed token, which leaves `token` alone.
 int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace);
+
+// Whether a line without its line feed is a header; its trailing white space is then cut off. A
+// section is found only by a line that is the header from its first byte on.
+bool IsBlockHeader(std::string_view& line);
+
+// A byte of this value ends the data.
+inline constexpr int kByteThatEndsData = 255;
 
 // Strips white space at both ends; a text of nothing else stays as it is.
 void TrimToken(std::string& Token);

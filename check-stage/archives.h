@@ -1,0 +1,43 @@
+// The archives of a stage: what is in them, and whether it comes out as it went in.
+//
+// Owns: reading an archive's directory, unpacking every entry in memory to hold it against its
+// checksum, and what is said about either. Leaves to others: which archives there are (shipment)
+// and what the entries mean for a launch.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+struct ArchiveEntry {
+    std::string name;
+    std::uint64_t size = 0; // unpacked
+    std::uint32_t checksum = 0;
+    bool is_directory = false;
+};
+
+struct Archive {
+    bool readable = false;             // its directory could be read
+    std::vector<ArchiveEntry> entries; // in the order of the archive
+};
+
+// The files that others look into: those of these names, and those whose names end so.
+struct Wanted {
+    std::set<std::string> names;
+    std::string ending;
+};
+bool is_wanted(const Wanted& wanted, const std::string& name);
+
+// The name under which an entry arrives: without "." and "..", as far as those lead nowhere.
+std::string arriving_name(const std::string& entry);
+
+// Reads the archive at `path`, which findings call `name`, and unpacks every entry to nowhere. What
+// is wrong is reported. Wanted entries are written to files of the own directory, which `at_hand`
+// gets by their names.
+Archive check_archive(const std::string& path, const std::string& name, const Wanted& wanted,
+                      std::map<std::string, std::string>& at_hand);
+
+// The names in the archive at `path`, quietly: nothing is unpacked and nothing reported.
+Archive list_archive(const std::string& path);

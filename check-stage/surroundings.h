@@ -1,0 +1,9 @@
+// Every file and directory, whatever it is for: whether ordinary users can read it, where links
+// lead, and what a path is taken for.
+//
+// Owns: the walk over all of it. Leaves to others: what files hold.
+#pragma once
+
+#include "inspection.h"
+
+void check_surroundings(const Inspection& inspection);

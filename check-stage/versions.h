@@ -1,0 +1,18 @@
+// Version directories that the launcher's order ranks unlike a person would.
+//
+// Owns: the order that a person has in mind. Leaves to others: the launcher's own
+// (bootstrap/version) and where versions lie (components).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Below 0, 0 or above 0: how a person ranks two versions. Numbers count by their value however many
+// there are, a missing one as 0, and words like "beta" stand below nothing at all.
+int compare_as_person(std::string_view one, std::string_view other);
+
+// The versions among `names` that a person would rank above `taken`, or that the launcher ranks
+// like it, so that the order of the directory decides.
+std::vector<std::string> contenders(const std::string& taken,
+                                    const std::vector<std::string>& names);
