@@ -5,11 +5,14 @@
 #include "base/launcher_state.h"
 #include "findings.h"
 #include "inspect.h"
+#include "plan.h"
 #include "quiet_files.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -80,8 +83,10 @@ int main(int argc, char** argv) {
     }
     read_directories_quietly();
     watch_for_signals();
+    const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     inspect(directory);
     print_findings();
-    static_cast<void>(plan);
+    if (plan && here >= 0 && fchdir(here) == 0)
+        print_plan(directory, {arguments.begin() + 1, arguments.end()});
     return error_count() == 0 ? kFine : kErrorsFound;
 }

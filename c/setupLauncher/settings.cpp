@@ -221,6 +221,16 @@ const std::vector<LauncherKey>& launcher_keys() {
     return keys;
 }
 
+const std::string* setting_of(const Settings& settings, std::string_view name) {
+    for (const Key& key : kKeys) {
+        if (key.name == name && key.launch_wide != nullptr)
+            return key.launch_wide;
+        if (key.name == name && key.field != kNoField)
+            return &(settings.*key.field);
+    }
+    return nullptr;
+}
+
 bool locate_parameter_file(Settings& settings, const std::string& curDir,
                            std::vector<std::string>& missed) {
     if (!settings.paramFileLocation.empty() && PathExists(settings.paramFileLocation)) {

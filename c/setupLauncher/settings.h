@@ -72,6 +72,10 @@ struct Settings {
     std::string access;                       // directory of access files
 };
 
+// The setting that key `name` stands for, wherever its value comes from; null for a key that is
+// kept nowhere.
+const std::string* setting_of(const Settings& settings, std::string_view name);
+
 // What GetRestOfParams derives.
 struct DerivedLocations {
     std::string jreLoc;       // the Java home's bin directory

@@ -1,0 +1,550 @@
+#include "plan.h"
+
+#include "base/directory.h"
+#include "base/launcher_state.h"
+#include "base/paths.h"
+#include "base/status.h"
+#include "base/text.h"
+#include "bootstrap/tree.h"
+#include "cargo.h"
+#include "findings.h"
+#include "log/install_log.h"
+#include "nls/catalogue.h"
+#include "parameter_lines.h"
+#include "places.h"
+#include "plan_prerequisites.h"
+#include "plan_settings.h"
+#include "plan_text.h"
+#include "platform/system_names.h"
+#include "quiet_files.h"
+#include "runtime.h"
+#include "setupLauncher/decisions.h"
+#include "setupLauncher/environment.h"
+#include "setupLauncher/installer_command.h"
+#include "setupLauncher/java_home.h"
+#include "setupLauncher/locations.h"
+#include "setupLauncher/scratch.h"
+#include "shipment.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace state = launcher_state;
+
+constexpr const char* kOldestJava = "1.4"; // named when there is no java program
+// Stands in the command for what the operator would answer.
+constexpr const char* kAnswer = "ANSWER";
+constexpr std::size_t kMostParameterBytes = std::size_t{16} << 20;
+constexpr std::size_t kMostCatalogueBytes = std::size_t{4} << 20;
+
+// What the steps of the plan hand to each other.
+struct Plan {
+    Places places;
+    CommandLine command_line;
+    Settings settings;
+    SettingsHistory history;
+    DerivedLocations locations;
+    std::string osVersion;
+    std::string curDir;
+    std::string original_start;
+    std::string parameter_file; // the one that is used, absolute
+    ParameterLines lines;
+    std::string scratch;      // its name
+    std::string scratch_base; // where it is made
+    Shipment shipment;
+    Cargo cargo;
+    bool uses_outside_runtime = false;
+    int settings_status = kOk; // acted on only after the prerequisites
+    std::string settings_message;
+};
+
+// Whether a launch could work in `path`, having made it with all that is missing above it.
+bool could_be_used(std::string path) {
+    if (PathExists(path))
+        return allows_all_access(path);
+    while (!path.empty() && !PathExists(path)) {
+        const std::string parent = cut_at_last_slash(path);
+        if (parent == path)
+            return false;
+        path = parent;
+    }
+    if (path.empty())
+        path = "/";
+    return is_directory(path) && access(path.c_str(), W_OK | X_OK) == 0;
+}
+
+std::string nearest_existing(std::string path) {
+    while (!path.empty() && !PathExists(path)) {
+        const std::string parent = cut_at_last_slash(path);
+        path = parent == path ? "" : parent;
+    }
+    return path.empty() ? "/" : path;
+}
+
+// The path by which a caller would start the launcher of `directory`.
+std::string invocation(const std::string& directory, const Places& places) {
+    const std::string below =
+        shown_name(places, joined_path(places.launcher_directory, kLauncherName));
+    std::string typed = directory;
+    while (typed.size() > 1 && typed.ends_with('/'))
+        typed.pop_back();
+    return joined_path(typed, below);
+}
+
+// Opens copies of the catalogues, since reading leaves traces; false when a launch could open none.
+bool open_catalogues(const Plan& plan) {
+    const std::string from = joined_path(plan.places.launcher_directory, "resource");
+    const std::string copies = joined_path(own_directory(), "resource");
+    mkdir(copies.c_str(), 0700);
+    for (const std::string& name : directory_entries(from).names) {
+        std::string bytes;
+        if (name.starts_with("cons") && name.ends_with(".nls") &&
+            read_quietly(bytes, joined_path(from, name), kMostCatalogueBytes))
+            own_file("resource/" + name, bytes);
+    }
+    return nls_open(joined_path(own_directory(), kLauncherName).c_str()) == kOk;
+}
+
+// Where the install log will lie.
+std::string log_file(const Plan& plan) {
+    std::string inventory = state::prereqLogLocation;
+    if (inventory.empty())
+        inventory = state::inventoryLocation;
+    if (inventory.empty())
+        inventory = inventory_location();
+    return (inventory.empty() ? plan.scratch : inventory + "/logs") + state::gsLogFileName +
+           state::gsTimeStamp + ".log";
+}
+
+// The check of the inventory makes a directory that is missing; whether it could is asked instead.
+int check_inventory(std::string& message) {
+    const std::string location = inventory_location();
+    const bool would_make = location.starts_with('/') &&
+                            CheckForInvalidCharactersInPath(location) && !PathExists(location);
+    if (would_make) {
+        if (could_be_used(location))
+            return kOk;
+        message = localised_text("S_ERRINVPRM", {location});
+        return kFailed;
+    }
+    begin_taking_down();
+    const int usable = CheckInventoryPermissions();
+    message = end_taking_down();
+    return usable;
+}
+
+// The name of the scratch directory that a launch would make at this moment.
+void find_scratch(Plan& plan) {
+    const CommandLine& command_line = plan.command_line;
+    if (command_line.bBootStrapOnly || command_line.bScratchPath) {
+        plan.scratch = command_line.bBootStrapOnly ? command_line.sBootStrapLoc
+                                                   : command_line.sAlternativeScratch;
+        plan.scratch_base = plan.scratch;
+        return;
+    }
+    GetTempDir(plan.scratch_base);
+    if (!could_be_used(plan.scratch_base)) {
+        plan.settings_status = kFailed;
+        plan.settings_message = localised_text("S_ERPERDIR", {plan.scratch_base});
+        return;
+    }
+    if (state::_bPrereqSession && state::prereqLogLocation.empty())
+        state::prereqLogLocation = plan.scratch_base;
+    for (int suffix = 0; suffix <= kHighestSuffix; ++suffix) {
+        plan.scratch = scratch_name(plan.scratch_base, suffix);
+        if (!PathExists(plan.scratch))
+            return;
+    }
+    plan.settings_status = kFailed;
+    plan.settings_message = localised_text("S_ERPERDIR", {scratch_name(plan.scratch_base, 0)});
+}
+
+void find_parameter_file(Plan& plan) {
+    Settings& settings = plan.settings;
+    settings.paramFileLocation = plan.command_line.sParamFile;
+    std::vector<std::string> missed;
+    if (!locate_parameter_file(settings, plan.curDir, missed)) {
+        plan.settings_status = kNoParameterFile;
+        plan.settings_message = localised_text("S_ERTALPARAMNFD", {missed.back()});
+        return;
+    }
+    GetAbsolutePath(plan.parameter_file, std::string(settings.paramFileLocation));
+    std::string bytes;
+    read_quietly(bytes, plan.parameter_file, kMostParameterBytes);
+    plan.lines = cut_into_lines(bytes);
+    settings.paramFileLocation = own_file("plan.ini", bytes);
+}
+
+// A directory of the checker's own stands for the scratch directory: the launcher's rooms may look
+// into it, and the true one does not exist yet.
+void stand_in_for_scratch(Plan& plan) {
+    const std::string stand_in = joined_path(own_directory(), "scratch");
+    mkdir(stand_in.c_str(), 0700);
+    plan.settings.scratchLoc = stand_in;
+    call_scratch(stand_in, plan.scratch);
+}
+
+void read_all_settings(Plan& plan) {
+    const CommandLine& command_line = plan.command_line;
+    Settings& settings = plan.settings;
+    const bool have_current = GetCurrentDir(plan.curDir) == kOk;
+    decide_start_location(command_line, plan.curDir, have_current, settings, plan.original_start);
+    settings.jreDirLoc = command_line.jreDirLoc;
+    settings.prereqConfigLoc = command_line.prereqConfigLoc;
+    find_scratch(plan);
+    stand_in_for_scratch(plan);
+    if (plan.settings_status == kOk)
+        find_parameter_file(plan);
+    if (plan.settings_status != kOk)
+        return;
+    if (chdir(settings.startupLoc.c_str()) != 0) {
+        // As in a launch, the directory that the process is in takes its place.
+    }
+    std::string here;
+    GetCurrentDir(here);
+    if (!command_line.bShipHomeLocation)
+        settings.startupLoc = here;
+    plan.history.given = settings;
+    read_settings(settings);
+    plan.history.read = settings;
+    if (!command_line.bShipHomeLocation)
+        plan.original_start = settings.startupLoc;
+}
+
+std::string yes_from_command_line(bool yes) {
+    return yes ? "yes (command line)" : "no (default)";
+}
+
+std::string origin_of_base() {
+    if (validatePath(state::scratchPath))
+        return "command line";
+    for (const char* name : {"TEMP", "TMP"}) {
+        const char* value = std::getenv(name);
+        if (value != nullptr)
+            return validatePath(value) ? std::string("environment, ") + name : "default";
+    }
+    return "default";
+}
+
+void say_launch(const Plan& plan) {
+    const CommandLine& command_line = plan.command_line;
+    const auto on_line = [&](const char* name) {
+        for (const std::string& argument : command_line.arguments) {
+            if (argument.find(name) != std::string::npos)
+                return true;
+        }
+        return false;
+    };
+    say("current directory=" + (plan.curDir.empty() ? "/" : plan.curDir));
+    const bool given = !command_line.sParamFile.empty() && PathExists(command_line.sParamFile);
+    say("parameter file=" + plan.parameter_file + "   (" + (given ? "command line" : "computed") +
+        ")");
+    say("time stamp=" + state::gsTimeStamp + "   (" +
+        (on_line("-timestamp") || on_line("-rtimestamp") ? "command line" : "computed") + ")");
+    const bool handed = command_line.bBootStrapOnly || command_line.bScratchPath;
+    say("scratch directory=" + plan.scratch + "   (" +
+        (handed ? "command line" : origin_of_base()) + ")");
+    say("start directory=" + plan.settings.startupLoc + "   (" +
+        (command_line.bShipHomeLocation ? "command line" : "computed") + ")");
+    say("install log=" + log_file(plan) + "   (computed)");
+    const bool pointer =
+        on_line("-invPtrLoc") || state::sInvPtrLocation != "/var/opt/talvex/talInst.loc";
+    say("inventory pointer file=" + state::sInvPtrLocation + "   (" +
+        (pointer ? "command line" : "default") + ")");
+    say("silent=" + yes_from_command_line(state::_bSilent));
+    say("help=" + yes_from_command_line(command_line.bHelpMode));
+    say("from a distribution=" + std::string(state::_bDistribution ? "yes" : "no") +
+        "   (the parameter file)");
+}
+
+bool prerequisites_end(const Plan& plan, std::string& message) {
+    std::string platform_checks;
+    GetParamInformation(kPlatformChecksKey, platform_checks, "FALSE",
+                        plan.settings.paramFileLocation, kWholeValue);
+    return prerequisites_end_launch({plan.lines, plan.command_line,
+                                     nearest_existing(plan.scratch_base), log_file(plan),
+                                     is_on(platform_checks)},
+                                    message);
+}
+
+bool unpacks(const Source& source) {
+    if (!source.is_there)
+        return false;
+    bool any = false;
+    for (const std::string& name : directory_entries(source.from).names) {
+        if (!name.ends_with(".jar"))
+            continue;
+        any = true;
+        if (!list_archive(joined_path(source.from, name)).readable)
+            return false;
+    }
+    return any;
+}
+
+std::string megabytes(std::uint64_t bytes) {
+    const std::uint64_t tenths = (bytes * 10 + (1 << 19)) >> 20;
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " MB";
+}
+
+void say_cargo(const Plan& plan) {
+    say_headline("brought to the scratch directory, in this order:");
+    for (std::size_t at = 0; at < plan.shipment.sources.size(); ++at) {
+        const Source& source = plan.shipment.sources[at];
+        const bool archives = source.kind == Source::Kind::archives;
+        const std::string to = source.to.empty() ? "" : " to " + source.to;
+        say(source.what + ": " +
+            (!source.is_there ? "nothing, there is no "
+                              : std::string(archives ? "unpacked" : "copied") + to + ", " +
+                                    megabytes(plan.cargo.unpacked[at]) + " from ") +
+            absolute_path(plan.places, source.from));
+    }
+    say("in all " + counted(plan.cargo.files.size(), "file") + ", " +
+        std::to_string(megabytes_needed(plan.cargo)) + " MB on disk");
+}
+
+// The bootstrap; true when the launch ends in it.
+bool bootstrap_ends(Plan& plan) {
+    Settings& settings = plan.settings;
+    const std::optional<long> size = bootstrap_size(settings);
+    if (!size) {
+        say_headline("no bootstrap:");
+        say_message(localised_text("S_ERBOOTSTRAP_RANGE", {kLargestBootstrapSize}));
+        return false;
+    }
+    const RuntimeOrigin origin = decide_on_runtime(plan.command_line, settings);
+    say_headline("Java runtime:");
+    if (origin == RuntimeOrigin::none_allowed) {
+        say_end("at the choice of a Java runtime", kOk,
+                localised_text("S_JRELOC_ERROR_NOCONSOLE_WIN"));
+        return true;
+    }
+    if (origin == RuntimeOrigin::asked) {
+        say(std::string("the operator is asked for its home, which is called ") + kAnswer +
+            " here");
+        settings.jreDirLoc = kAnswer;
+    }
+    if (origin == RuntimeOrigin::given)
+        say("the one of the command line: " + settings.jreDirLoc);
+    plan.uses_outside_runtime = origin != RuntimeOrigin::brought;
+
+    const long free_space = getFreeSpace(nearest_existing(plan.scratch_base));
+    std::string images;
+    GetImageLoc(plan.curDir, images);
+    plan.shipment = shipment_of(settings, plan.command_line, plan.original_start, images,
+                                origin == RuntimeOrigin::brought);
+    plan.cargo = load_cargo(plan.places, plan.shipment, {}, false);
+    settle_runtime(settings, plan.shipment, plan.cargo);
+    if (origin == RuntimeOrigin::brought)
+        say("brought by the launch: " + settings.jreDirLoc);
+    say_cargo(plan);
+
+    std::string reason;
+    if (free_space < *size << 10)
+        reason = "there are " + std::to_string(free_space >> 10) + " of " + std::to_string(*size) +
+                 " MB free";
+    for (const Source& source : plan.shipment.sources) {
+        if (reason.empty() && source.required && source.kind == Source::Kind::archives &&
+            !unpacks(source))
+            reason = source.what + " cannot be unpacked";
+    }
+    if (reason.empty() && plan.shipment.brings_runtime && !plan.command_line.bNoBootStrap &&
+        names_in(plan.cargo, "jre").empty())
+        reason = "the runtime brings nothing below jre/";
+    if (reason.empty())
+        return false;
+    say_end("in the bootstrap (" + reason + ")", kFailed,
+            localised_text("S_BOOTSTRAP_FAILED", {plan.scratch, *size}));
+    return true;
+}
+
+void say_mask(const Plan& plan) {
+    if (!is_on(plan.settings.bootStrap) || !bootstrap_size(plan.settings)) {
+        say(std::string("file-creation mask=") + (state::_bPrereqSession ? "077" : "007"));
+        return;
+    }
+    std::string text;
+    GetParamInformation(kMaskKey, text, "", plan.settings.paramFileLocation, kWholeValue);
+    say("file-creation mask=" + (mask_of(text) ? text : std::string("007")));
+}
+
+bool is_there(const Plan& plan, const std::string& path) {
+    const std::string& scratch = plan.settings.scratchLoc;
+    if (path == scratch)
+        return true;
+    if (path.starts_with(scratch + "/"))
+        return has(plan.cargo, path.substr(scratch.size() + 1)) ||
+               PathExists(plan.scratch + path.substr(scratch.size()));
+    return PathExists(path);
+}
+
+// The extension jars lie in the stand-in by their names, so that the class path has them.
+void lay_out_extensions(const Plan& plan) {
+    const std::string& scratch = plan.settings.scratchLoc;
+    std::error_code ignored;
+    for (const std::string& name : names_in(plan.cargo, "ext/jlib")) {
+        const std::string path = scratch + "/ext/jlib/" + name;
+        std::filesystem::create_directories(
+            plan.cargo.directories.contains("ext/jlib/" + name) ? path : scratch + "/ext/jlib",
+            ignored);
+        if (!PathExists(path))
+            own_file("scratch/ext/jlib/" + name, "");
+    }
+}
+
+void say_command(const Plan& plan, const std::vector<std::string>& command, bool waits) {
+    say_headline(std::string("the installer is started, and the launcher ") +
+                 (waits ? "waits for it; its status is the launch's" : "does not wait for it"));
+    say("command of " + counted(command.size(), "argument") + ", one a line:");
+    for (const std::string& argument : command)
+        say("  " + argument);
+    for (std::size_t at = 0; at + 1 < command.size(); ++at) {
+        if (command[at] != "-cp")
+            continue;
+        say_headline("class path:");
+        for (const std::string& entry : split(command[at + 1], ":"))
+            say((is_there(plan, entry) ? "present " : "missing ") + entry);
+        break;
+    }
+}
+
+// From behind the bootstrap to the start of java.
+void plan_start(Plan& plan) {
+    Settings& settings = plan.settings;
+    const CommandLine& command_line = plan.command_line;
+    GetRestOfParams(settings, plan.locations);
+    const bool waits = waits_for_installer(command_line, settings);
+    if (!state::_bSilent) {
+        begin_taking_down();
+        const int display = CheckDisplay();
+        const std::string message = end_taking_down();
+        if (display != kOk) {
+            say_end("before the installer is started", display, message);
+            return;
+        }
+    }
+    lay_out_extensions(plan);
+    InstallerCommandInput input{plan.locations, settings,       command_line,
+                                plan.curDir,    plan.osVersion, plan.uses_outside_runtime};
+    const std::vector<std::string> command = compose_installer_command(input);
+    if (command_line.bBootStrapOnly) {
+        say_end("when all is unpacked", kOk,
+                format_text("\nBootStrap To %s Completed\n", {plan.scratch}));
+        return;
+    }
+    const bool asked = settings.jreDirLoc == kAnswer;
+    if (!asked && !is_there(plan, command.front())) {
+        say_end(
+            "before the installer is started", kFailed,
+            localised_text("S_ERJRENFD", {with_scratch_name(plan.locations.jreLoc), kOldestJava}));
+        return;
+    }
+    if (is_on(settings.bootStrap)) {
+        std::string temp;
+        GetTempDir(temp);
+        if (chdir(PathExists(temp) ? temp.c_str() : "/tmp") != 0) {
+            // As in a launch, the stage stays in use then.
+        }
+    }
+    begin_taking_down();
+    const int valid = asked ? kOk
+                            : validateJavaHome(settings.jreDirLoc, settings.paramFileLocation,
+                                               plan.uses_outside_runtime);
+    const std::string message = end_taking_down();
+    if (valid != kOk) {
+        say_end("at the look at the Java home", valid, message);
+        return;
+    }
+    if (!asked && !is_there(plan, command.front())) {
+        say_end("at the start of the installer: " + command.front() +
+                    " is a relative path and leads nowhere from the temporary directory",
+                waits ? kFailed : kOk, "");
+        return;
+    }
+    say_command(plan, command, waits);
+}
+
+} // namespace
+
+void print_plan(const std::string& directory, const std::vector<std::string>& arguments) {
+    Plan plan;
+    plan.places = find_places(directory);
+    if (plan.places.launcher_directory.empty() || own_directory().empty())
+        return;
+    std::vector<std::string> all{invocation(directory, plan.places)};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    std::string typed;
+    for (std::string& argument : all) {
+        pointers.push_back(argument.data());
+        typed.append(typed.empty() ? "" : " ").append(shell_word(argument));
+    }
+    say_headline("plan of " + typed);
+
+    state::reset();
+    CommandLine& command_line = plan.command_line;
+    command_line = read_arguments(static_cast<int>(pointers.size()), pointers.data());
+    plan.osVersion = getOSVersion();
+    computeTimeStamp();
+    begin_taking_down();
+    const bool opened = open_catalogues(plan);
+    std::string message = end_taking_down();
+    if (!opened) {
+        say_end("at once", kNoCatalogue, message);
+        return;
+    }
+
+    GetCurrentDir(plan.curDir);
+    pre_scan(command_line);
+    begin_taking_down();
+    const int scanned = scan_arguments(command_line);
+    message = end_taking_down();
+    if (scanned != kOk) {
+        say_end("at the reading of the command line", scanned, message);
+        return;
+    }
+    if (!state::_bPrereqSession) {
+        const int usable = check_inventory(message);
+        if (usable != kOk) {
+            say_end("at the check of the inventory", usable, message);
+            return;
+        }
+    }
+
+    read_all_settings(plan);
+    say_launch(plan);
+    Settings& settings = plan.settings;
+    begin_taking_down();
+    const int chosen = choose_entry_class(command_line, settings);
+    message = end_taking_down();
+    plan.history.ruled = settings;
+    if (chosen != kOk) {
+        say_end("at the choice of the entry class", chosen, message);
+        return;
+    }
+    if (!command_line.bHelpMode && prerequisites_end(plan, message)) {
+        say_end("at the prerequisites", kFailed, message);
+        return;
+    }
+    if (!command_line.bHelpMode && is_on(settings.multiCD) &&
+        isCurDirInCD(plan.curDir) == kStartedFromCd) {
+        say_end("at the look for a CD", kStartedFromCd, localised_text("S_ERRORUNIXCDMOUNT"));
+        return;
+    }
+    if (plan.settings_status != kOk) {
+        say_end("at the reading of the settings", plan.settings_status, plan.settings_message);
+        return;
+    }
+
+    GetCurrentDir(plan.curDir);
+    recomputeZulLoc(plan.curDir, settings.zulLoc, settings.zulCoreLoc);
+    plan.history.final_ones = settings;
+    say_settings(plan.history, command_line, plan.lines, plan.parameter_file);
+    if (is_on(settings.bootStrap) && bootstrap_ends(plan))
+        return;
+    say_mask(plan);
+    plan_start(plan);
+}
