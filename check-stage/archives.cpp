@@ -131,7 +131,8 @@ Archive check_archive(const std::string& path, const std::string& name, const Wa
     result.readable = archive.problem.status == kUnzipFine;
     if (!result.readable)
         report_error(name, kNoLine,
-                     archive.problem.reason + "; " + remedy_of(archive.problem.status));
+                     "the archive itself: " + archive.problem.reason + "; " +
+                         remedy_of(archive.problem.status));
     result.entries = entries_of(archive);
     if (archive.entries.empty() && result.readable)
         report_error(name, kNoLine, "this archive is empty: put a sound one there");

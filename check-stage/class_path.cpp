@@ -45,8 +45,17 @@ struct EntryClass {
     bool found = false;
 };
 
+// How findings call the file, or the archive that brings it.
+std::string place_of(const std::string& entry, const std::string& path,
+                     const Inspection& inspection, const Settings& settings, const Cargo& cargo) {
+    const auto brought = cargo.files.find(name_in_scratch(entry, settings.scratchLoc));
+    return shown_name(inspection.places, brought == cargo.files.end()
+                                             ? path
+                                             : cargo.origins[brought->second.origin].path);
+}
+
 // Looks for every class in a jar or a directory of classes.
-void look_into(const std::string& path, const std::string& entry, const Inspection& inspection,
+void look_into(const std::string& path, const std::string& entry, const std::string& place,
                std::vector<EntryClass>& classes, bool& all_read) {
     if (kind_of(path) == FileKind::directory) {
         for (EntryClass& wanted : classes)
@@ -57,9 +66,7 @@ void look_into(const std::string& path, const std::string& entry, const Inspecti
     const Archive jar = list_archive(path);
     if (!jar.readable) {
         all_read = false;
-        const bool on_media = path.starts_with(inspection.places.directory);
-        report_warning(on_media ? shown_name(inspection.places, path) : inspection.parameter_name,
-                       kNoLine,
+        report_warning(place, kNoLine,
                        "the jar " + last_name(entry) +
                            " of the class path cannot be read, and Java passes over it: put a "
                            "sound one there");
@@ -126,7 +133,8 @@ void check_class_path(const Inspection& inspection, const Settings& settings, co
         bool is_there = false;
         const std::string path = file_of(entry, inspection, settings, cargo, is_there);
         if (!path.empty())
-            look_into(path, entry, inspection, classes, all_read);
+            look_into(path, entry, place_of(entry, path, inspection, settings, cargo), classes,
+                      all_read);
         else if (is_there)
             all_read = false;
         else if (std::find(missing.begin(), missing.end(), last_name(entry)) == missing.end())

@@ -31,6 +31,13 @@ std::vector<std::string> directories_in(const std::string& directory) {
     return names;
 }
 
+std::string listed(const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names)
+        list.append(list.empty() ? "" : ", ").append(name);
+    return list;
+}
+
 bool has_archive(const std::string& payload) {
     const std::vector<std::string> names = directory_entries(payload).names;
     return std::any_of(names.begin(), names.end(),
@@ -54,10 +61,8 @@ std::string missing_of(const std::string& root, const ComponentEntry& entry, std
     }
     place = joined_path(place, version);
     if (!is_directory(place)) {
-        std::string list;
-        for (const std::string& name : versions)
-            list.append(list.empty() ? "" : ", ").append(name);
-        return "it has no version " + version + (list.empty() ? "" : ", but " + list);
+        return "it has no version " + version +
+               (versions.empty() ? "" : ", but " + listed(versions));
     }
     place = joined_path(place, kPayload);
     if (!is_directory(place))
@@ -67,7 +72,8 @@ std::string missing_of(const std::string& root, const ComponentEntry& entry, std
     return "";
 }
 
-void check_listed(const Inspection& inspection, const std::string& root) {
+bool check_listed(const Inspection& inspection, const std::string& root) {
+    bool all_there = true;
     const std::size_t line = inspection.line_of("BOOTSTRAP_COMPS");
     std::set<std::string> seen;
     for (const std::string& text : inspection.settings.sBootStrapComps) {
@@ -77,6 +83,7 @@ void check_listed(const Inspection& inspection, const std::string& root) {
             report_error(inspection.parameter_name, line,
                          start + "the blank belongs to the name, and there is no such component; "
                                  "remove it");
+            all_there = false;
             continue;
         }
         if (!seen.insert(entry.name).second)
@@ -90,9 +97,10 @@ void check_listed(const Inspection& inspection, const std::string& root) {
                                        PathExists(highest_payload_of(root, kDevelopmentKit)));
         if (!missing.empty() && entry.name == kRuntime && !replaced)
             continue; // said of the runtime
-        if (!missing.empty() && !replaced)
+        if (!missing.empty() && !replaced) {
             report_error(inspection.parameter_name, line, start + missing);
-        else if (entry.name == kRuntime && !entry.version.empty()) {
+            all_there = false;
+        } else if (entry.name == kRuntime && !entry.version.empty()) {
             const std::string wanted = payload_of(root, kRuntime, entry.version);
             const std::string& given = inspection.settings.jreDirLoc;
             const std::string taken =
@@ -104,10 +112,12 @@ void check_listed(const Inspection& inspection, const std::string& root) {
                                    " is taken; write its payload as JRE_LOCATION");
         }
     }
+    return all_there;
 }
 
 // Without a list all known components are brought.
-void check_unlisted(const Inspection& inspection, const std::string& root) {
+bool check_unlisted(const Inspection& inspection, const std::string& root) {
+    bool all_there = true;
     struct Known {
         const char* name;
         const char* key;
@@ -128,11 +138,13 @@ void check_unlisted(const Inspection& inspection, const std::string& root) {
         const std::string text =
             std::string("there is no BOOTSTRAP_COMPS, so ") + component.name +
             " is to be brought, but it has no payload: ship it, or list what is to be brought";
+        all_there = all_there && !component.required;
         if (component.required)
             report_error(inspection.parameter_name, inspection.line_of(component.key), text);
         else
             report_warning(inspection.parameter_name, inspection.line_of(component.key), text);
     }
+    return all_there;
 }
 
 // Where the highest version was taken: whether a person would have taken it.
@@ -141,16 +153,27 @@ void check_highest(const Inspection& inspection, const std::string& root, const 
     const std::vector<std::string> versions = directories_in(directory);
     std::string taken;
     findHighestVersion(taken, directory);
-    const std::vector<std::string> others = contenders(taken, versions);
-    if (others.empty() || std::find(versions.begin(), versions.end(), taken) == versions.end())
+    if (std::find(versions.begin(), versions.end(), taken) == versions.end())
         return;
-    std::string list;
-    for (const std::string& other : others)
-        list.append(list.empty() ? "" : ", ").append(other);
-    report_warning(shown_name(inspection.places, directory), kNoLine,
-                   "a launch takes version " + taken + " for the highest, not " + list +
-                       ": only numbers count, and only five of them; name the version in "
-                       "BOOTSTRAP_COMPS, or remove the other");
+    Contenders others = contenders(taken, versions);
+    const std::string place = shown_name(inspection.places, directory);
+    const std::string remedy = "name the version in BOOTSTRAP_COMPS, or remove the other";
+    if (!others.alike.empty()) {
+        others.alike.push_back(taken);
+        std::sort(others.alike.begin(), others.alike.end());
+        report_warning(place, kNoLine,
+                       "to a launch the versions " + listed(others.alike) +
+                           " are alike, and the file system decides which is taken: only five "
+                           "numbers count; " +
+                           remedy);
+    }
+    if (!others.higher.empty())
+        report_warning(place, kNoLine,
+                       "a launch takes version " + taken + " for the highest, not " +
+                           listed(others.higher) +
+                           ": a version begins with a number, and no "
+                           "number is above 2147483647; " +
+                           remedy);
 }
 
 void check_versions(const Inspection& inspection, const std::string& root) {
@@ -204,6 +227,9 @@ void report_payloads_without_component(const Inspection& inspection, const Shipm
         brought.insert(absolute_path(inspection.places, source.from));
     std::vector<std::string> unnamed;
     for (const std::string& name : directories_in(root)) {
+        // Why a runtime is not brought is said of the Java location.
+        if (!shipment.brings_runtime && (name == kRuntime || name == kDevelopmentKit))
+            continue;
         for (const std::string& version : directories_in(joined_path(root, name))) {
             const std::string payload =
                 joined_path(joined_path(joined_path(root, name), version), kPayload);
@@ -221,19 +247,19 @@ void report_payloads_without_component(const Inspection& inspection, const Shipm
     report_note(shown_name(inspection.places, root), kNoLine,
                 "no launch brings " + counted(unnamed.size(), "payload") + " that lie" +
                     (unnamed.size() == 1 ? "s" : "") + " here: " + list +
-                    "; list what it needs in BOOTSTRAP_COMPS");
+                    "; list in BOOTSTRAP_COMPS what the launcher is to bring");
 }
 
 } // namespace
 
-void check_components(const Inspection& inspection, const Shipment& shipment) {
+bool check_components(const Inspection& inspection, const Shipment& shipment) {
     const std::string root = stage_root();
-    if (inspection.settings.sBootStrapComps.empty())
-        check_unlisted(inspection, root);
-    else
-        check_listed(inspection, root);
+    const bool all_there = inspection.settings.sBootStrapComps.empty()
+                               ? check_unlisted(inspection, root)
+                               : check_listed(inspection, root);
     check_versions(inspection, root);
     check_java_location(inspection, shipment);
-    if (!inspection.places.components.empty())
+    if (all_there && !inspection.places.components.empty())
         report_payloads_without_component(inspection, shipment);
+    return all_there;
 }

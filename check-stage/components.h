@@ -8,5 +8,6 @@
 #include "inspection.h"
 #include "shipment.h"
 
-// The process is in the launcher's directory.
-void check_components(const Inspection& inspection, const Shipment& shipment);
+// The process is in the launcher's directory. False when something that is to be brought is not
+// there, so that what it would hold is missing everywhere.
+bool check_components(const Inspection& inspection, const Shipment& shipment);

@@ -3,6 +3,8 @@
 #include "base/directory.h"
 #include "base/launcher_state.h"
 #include "base/paths.h"
+#include "bootstrap/stage_layout.h"
+#include "bootstrap/tree_walk.h"
 #include "cargo.h"
 #include "catalogues.h"
 #include "class_path.h"
@@ -30,7 +32,8 @@ constexpr std::size_t kMostParameterBytes = std::size_t{16} << 20;
 
 // Reads the parameter file and keeps a copy for the launcher's own reader, which waits for pipes
 // and leaves traces. What is wrong with the file itself is reported.
-void read_parameter_file(Inspection& inspection) {
+// False when a launch finds no settings in it.
+bool read_parameter_file(Inspection& inspection) {
     const Places& places = inspection.places;
     std::string bytes;
     if (places.parameter_file.empty()) {
@@ -57,8 +60,8 @@ void read_parameter_file(Inspection& inspection) {
     inspection.parameter_copy = own_file(kParameterFile, bytes);
     if (inspection.parameter_copy.empty())
         report_note(inspection.parameter_name, kNoLine,
-                    "the settings were checked as if there were none: there is no room for a "
-                    "temporary file; name a directory in TMPDIR");
+                    "nothing that depends on the settings was checked: no temporary directory can "
+                    "be made; name one in TMPDIR");
     const bool has_section = [&] {
         for (const ParameterLine& line : inspection.lines.lines) {
             if (line.section == kLauncherSection)
@@ -67,7 +70,7 @@ void read_parameter_file(Inspection& inspection) {
         return false;
     }();
     if (has_section || places.parameter_file.empty() || error_count() != 0)
-        return;
+        return has_section;
     if (bytes.starts_with("\xef\xbb\xbf["))
         report_error(inspection.parameter_name, 1,
                      "a byte order mark stands before the first section, which no launcher finds "
@@ -76,6 +79,24 @@ void read_parameter_file(Inspection& inspection) {
         report_error(inspection.parameter_name, kNoLine,
                      "there is no section [" + std::string(kLauncherSection) +
                          "], so every setting has its default: write it above the settings");
+    return false;
+}
+
+// Where no settings are known, there is still a sound or a broken stage.
+void check_without_settings(Inspection& inspection) {
+    const Places& places = inspection.places;
+    inspection.is_stage = inspection.bootstraps = !places.components.empty();
+    inspection.launcher = check_program_files(places, inspection.is_stage);
+    check_catalogues(inspection);
+    std::map<std::string, std::string> nothing;
+    TreeWalk walk = walk_over(places.components);
+    while (!places.components.empty() && next_step(walk)) {
+        const std::string path = entry_path(walk);
+        if (walk.step == WalkStep::kFile && walk.name.ends_with(".jar") &&
+            walk.directory_path.ends_with(kPayload))
+            check_archive(path, shown_name(places, path), {}, nothing);
+    }
+    check_surroundings(inspection, {});
 }
 
 // The settings of a launch without arguments.
@@ -170,9 +191,13 @@ void inspect(const std::string& directory) {
         report_note(shown_name(places, other), kNoLine,
                     "another launcher lies here, which was not checked: name its directory to "
                     "check it");
-    read_parameter_file(inspection);
-    read_default_settings(inspection);
+    const bool known = read_parameter_file(inspection);
     check_parameter_lines(inspection.lines, inspection.parameter_name);
+    if (inspection.parameter_copy.empty() || !known) {
+        check_without_settings(inspection);
+        return;
+    }
+    read_default_settings(inspection);
     check_setting_values(inspection);
     check_prerequisites(inspection);
     inspection.launcher = check_program_files(places, inspection.is_stage && inspection.bootstraps);
@@ -181,10 +206,10 @@ void inspect(const std::string& directory) {
     Settings after = inspection.settings;
     Shipment shipment;
     const Cargo cargo = check_cargo(inspection, after, shipment);
-    if (inspection.is_stage)
-        check_components(inspection, shipment);
+    const bool all_there = !inspection.is_stage || check_components(inspection, shipment);
     check_runtime(inspection, after, shipment, cargo);
-    check_class_path(inspection, after, cargo);
+    if (all_there)
+        check_class_path(inspection, after, cargo);
     check_bootstrap_size(inspection, cargo);
-    check_surroundings(inspection);
+    check_surroundings(inspection, shipment);
 }

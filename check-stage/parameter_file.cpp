@@ -227,6 +227,10 @@ void check_parameter_lines(const ParameterLines& file, const std::string& name) 
     const std::vector<std::string>* known = nullptr;
     bool read = true; // whether look-ups get to the line
     bool at_top = true;
+    // Where the settings' own section is missing, that is the one thing to say.
+    const bool has_settings =
+        std::any_of(file.lines.begin(), file.lines.end(),
+                    [](const ParameterLine& line) { return line.section == kLauncherSection; });
     std::map<std::string, std::size_t, std::less<>> sections;
     std::map<std::string, std::size_t, std::less<>> keys;
     for (std::size_t at = 0; at < file.lines.size(); ++at) {
@@ -247,8 +251,7 @@ void check_parameter_lines(const ParameterLines& file, const std::string& name) 
             continue;
         }
         if (at_top) {
-            if (line.kind == ParameterLine::Kind::entry && !is_comment(line) &&
-                !(at == 0 && line.text.starts_with("\xef\xbb\xbf")))
+            if (has_settings && line.kind == ParameterLine::Kind::entry && !is_comment(line))
                 report_warning(name, line.number,
                                "the key " + line.key +
                                    " stands above the first section and is not read: move it into "

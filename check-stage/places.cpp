@@ -61,7 +61,8 @@ std::vector<std::string> launcher_directories(const std::string& top) {
     std::vector<std::string> found;
     for (const char* sign : kSigns) {
         for (const std::string& directory : directories) {
-            if (kind_of(joined_path(directory, sign)) != FileKind::missing)
+            const FileKind kind = kind_of(joined_path(directory, sign));
+            if (kind != FileKind::missing && kind != FileKind::out_of_reach)
                 found.push_back(directory);
         }
         if (!found.empty())

@@ -107,9 +107,9 @@ bool read_quietly(std::string& bytes, const std::string& path, std::size_t most)
 
 const std::string& own_directory() {
     if (directory_of_this_run.empty()) {
-        const char* base = std::getenv("TMPDIR");
-        std::string made = joined_path(base == nullptr || *base != '/' ? "/tmp" : base, "");
-        made += "check-stage.XXXXXX";
+        const char* named = std::getenv("TMPDIR");
+        const char* base = named == nullptr || *named != '/' ? "/tmp" : named;
+        std::string made = joined_path(base, "check-stage.XXXXXX");
         if (mkdtemp(made.data()) != nullptr) {
             directory_of_this_run = made;
             static_cast<void>(std::atexit(remove_own_directory));

@@ -115,7 +115,9 @@ void check_setting_values(const Inspection& inspection) {
             continue;
         switch (key.form) {
         case ValueForm::flag:
-            check_flag(key, *line, inspection.parameter_name);
+            // With components there it is more than a flag, and has been spoken of.
+            if (key.name != "DISTRIBUTION" || inspection.places.components.empty())
+                check_flag(key, *line, inspection.parameter_name);
             break;
         case ValueForm::exact_flag:
             check_exact_flag(key, *line, inspection.parameter_name);

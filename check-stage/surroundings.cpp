@@ -24,6 +24,7 @@ struct Walk {
     const Inspection& inspection;
     std::vector<std::string> pending; // directories that are still to be looked at
     std::set<std::string> needed;     // without these no launch gets far
+    std::vector<std::string> brought; // directories of which everything is needed
     std::size_t unreadable = 0;
     std::size_t odd_links = 0;
 };
@@ -36,8 +37,16 @@ bool user_can_read(const struct stat& found, bool is_stage) {
     return (found.st_mode & wanted) == wanted;
 }
 
+bool lies_in(const std::string& path, const std::string& directory) {
+    return path == directory || path.starts_with(directory == "/" ? directory : directory + "/");
+}
+
 // Whether a launch needs `path` itself or something below it.
 bool is_needed(const Walk& walk, const std::string& path) {
+    for (const std::string& directory : walk.brought) {
+        if (lies_in(path, directory))
+            return true;
+    }
     const auto next = walk.needed.lower_bound(path);
     return next != walk.needed.end() && (*next == path || next->starts_with(path + "/"));
 }
@@ -55,10 +64,6 @@ void check_mode(Walk& walk, const std::string& path, const struct stat& found) {
         report_error(name, kNoLine, text);
     else
         report_warning(name, kNoLine, text);
-}
-
-bool lies_in(const std::string& path, const std::string& directory) {
-    return path == directory || path.starts_with(directory == "/" ? directory : directory + "/");
 }
 
 void check_link(Walk& walk, const std::string& path) {
@@ -143,9 +148,9 @@ void check_path_of_launcher(const Inspection& inspection) {
 
 } // namespace
 
-void check_surroundings(const Inspection& inspection) {
+void check_surroundings(const Inspection& inspection, const Shipment& shipment) {
     const Places& places = inspection.places;
-    Walk walk{inspection, {}, {}};
+    Walk walk{inspection, {}, {}, {}};
     const auto need = [&](const std::string& path) {
         if (!path.empty())
             walk.needed.insert(absolute_path(places, path));
@@ -155,6 +160,12 @@ void check_surroundings(const Inspection& inspection) {
     need(joined_path(places.launcher_directory, "resource/cons.nls"));
     if (inspection.bootstraps && inspection.is_stage)
         need(joined_path(places.launcher_directory, kUnpackerName));
+    for (const Source& source : shipment.sources) {
+        if (source.kind == Source::Kind::archives) {
+            walk.brought.push_back(absolute_path(places, source.from));
+            need(source.from);
+        }
+    }
     look_at(walk, places.directory);
     for (const std::string& apart : {places.components, places.parameter_file}) {
         if (!apart.empty() && !lies_in(apart, places.directory))

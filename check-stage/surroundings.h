@@ -5,5 +5,7 @@
 #pragma once
 
 #include "inspection.h"
+#include "shipment.h"
 
-void check_surroundings(const Inspection& inspection);
+// A launch has to be able to read what `shipment` brings.
+void check_surroundings(const Inspection& inspection, const Shipment& shipment);

@@ -94,19 +94,20 @@ int compare_as_person(std::string_view one, std::string_view other) {
     return 0;
 }
 
-std::vector<std::string> contenders(const std::string& taken,
-                                    const std::vector<std::string>& names) {
-    std::vector<std::string> found;
+Contenders contenders(const std::string& taken, const std::vector<std::string>& names) {
+    Contenders found;
     for (const std::string& name : names) {
-        if (name == taken || parts_of(name).empty())
-            continue;
-        const bool tie = !kstxvl(taken.c_str(), name.c_str(), kVersionFields) &&
-                         !kstxvl(name.c_str(), taken.c_str(), kVersionFields);
         // Without a digit it is no version to anybody.
-        const bool has_digit = std::any_of(name.begin(), name.end(), is_digit);
-        if (has_digit && (tie || compare_as_person(name, taken) > 0))
-            found.push_back(name);
+        if (name == taken || std::none_of(name.begin(), name.end(), is_digit))
+            continue;
+        const bool alike = !kstxvl(taken.c_str(), name.c_str(), kVersionFields) &&
+                           !kstxvl(name.c_str(), taken.c_str(), kVersionFields);
+        if (alike)
+            found.alike.push_back(name);
+        else if (compare_as_person(name, taken) > 0)
+            found.higher.push_back(name);
     }
-    std::sort(found.begin(), found.end());
+    std::sort(found.higher.begin(), found.higher.end());
+    std::sort(found.alike.begin(), found.alike.end());
     return found;
 }

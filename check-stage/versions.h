@@ -12,7 +12,10 @@
 // there are, a missing one as 0, and words like "beta" stand below nothing at all.
 int compare_as_person(std::string_view one, std::string_view other);
 
-// The versions among `names` that a person would rank above `taken`, or that the launcher ranks
-// like it, so that the order of the directory decides.
-std::vector<std::string> contenders(const std::string& taken,
-                                    const std::vector<std::string>& names);
+struct Contenders {
+    std::vector<std::string> higher; // to a person
+    std::vector<std::string> alike;  // to the launcher: the order of the directory decides
+};
+
+// The versions among `names` that might have been taken in place of `taken`.
+Contenders contenders(const std::string& taken, const std::vector<std::string>& names);

@@ -314,7 +314,9 @@ ZipProblem problem_of_errno(int status) {
 }
 
 bool open_archive(ZipArchive& archive, const std::string& path) {
+    const int opened = archive.file;
     archive = ZipArchive{};
+    archive.file = opened;
     archive.path = path;
     if (!open_file(archive)) {
         close_archive(archive);
