@@ -26,6 +26,7 @@
 #include "setupLauncher/scratch.h"
 #include "shipment.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <sys/stat.h>
@@ -461,7 +462,8 @@ void plan_start(Plan& plan) {
     if (!asked && !is_there(plan, command.front())) {
         say_end("at the start of the installer: " + command.front() +
                     " is a relative path and leads nowhere from the temporary directory",
-                waits ? kFailed : kOk, "");
+                waits ? kFailed : kOk,
+                localised_text("S_ERGOSLST", {"CreateZULProcess()", ENOENT}));
         return;
     }
     say_command(plan, command, waits);
