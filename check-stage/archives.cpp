@@ -69,10 +69,9 @@ int extraction_target(const ZipEntry& entry, std::string_view name, const Wanted
     const std::string arriving = arriving_name(std::string(name));
     if (!is_wanted(wanted, arriving) || entry.unpacked > kMostExtracted || own_directory().empty())
         return -1;
-    static std::size_t number = 0;
-    const std::string file = own_directory() + "/file" + std::to_string(number++);
-    at_hand[arriving] = file;
-    return open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const std::string file = own_directory() + "/file" + std::to_string(at_hand.size());
+    const auto target = at_hand.try_emplace(arriving, file).first;
+    return open(target->second.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 }
 
 void check_data(const ZipArchive& archive, const ZipEntry& entry, std::string_view name,

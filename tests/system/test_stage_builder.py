@@ -6,6 +6,7 @@ import zipfile
 
 import pytest
 
+from checked import jar_bytes
 from harness import (OPERATOR_HOME, Place, java_home, read_file, set_inventory, tool, tree, write_file)
 from stage import USUAL_UNZIP, CopyHome, java_program, unzip_program
 
@@ -16,7 +17,7 @@ STAGE = f"{OPERATOR_HOME}/built"
 def build_stage(*arguments):
     return subprocess.run(
         [f"{TOOLS}/build-stage", "--launcher", tool("LAUNCHER"), "--catalogues",
-         tool("CATALOGUES"), *arguments], capture_output=True, text=True, check=False)
+         tool("CATALOGUES"), "--check-stage", tool("CHECK_STAGE"), *arguments], capture_output=True, text=True, check=False)
 
 
 @pytest.fixture(name="components")
@@ -28,9 +29,11 @@ def fixture_components(root_as_new):
     os.makedirs(top)
     write_file(f"{top}/zul/zul/jlib/TalInstaller.jar", read_file(tool("DEMO_JAR")))
     write_file(f"{top}/zul/Expanded/zul/plain.txt", "as it is")
-    write_file(f"{top}/tessel/Tessel/jlib/tessel.jar", "x")
+    write_file(f"{top}/core/zul/lib/README", "x")
+    write_file(f"{top}/tessel/Tessel/jlib/tessel.jar", jar_bytes({"x": "x"}))
     write_file(f"{top}/jre/jre/1/bin/java", java_program(), 0o755)
     return {"zul": f"talvex.swd.zul:1.7.0.0.0={top}/zul",
+            "core": f"talvex.swd.zul.core:1.7.0.0.0={top}/core",
             "tessel": f"talvex.swd.tessel:2.0={top}/tessel",
             "jre": f"talvex.swd.jre:1={top}/jre"}
 
@@ -52,7 +55,8 @@ def launched(arguments):
 def test_a_stage_holds_launcher_unzip_catalogues_parameter_file_and_components(components):
     done = build_stage("--param", "MULTICD=FALSE", "--param", "JRE_MEMORY_OPTIONS=-Xmx64m -Xms8m",
                        STAGE, *components.values())
-    assert (done.returncode, done.stdout) == (0, "")
+    assert done.returncode == 0, done.stderr
+    assert done.stdout.splitlines()[-1].startswith("0 errors, ")
     # The machine's unzip and a launcher with checks inside need more libraries than those that ship.
     assert {line.split(" the ")[0] for line in done.stderr.splitlines()} <= {"build-stage: warning:"}
     found = tree(STAGE)
@@ -65,10 +69,12 @@ def test_a_stage_holds_launcher_unzip_catalogues_parameter_file_and_components(c
     assert found["install/talparam.ini"][2].decode().splitlines() == [
         "[Talvex]", "DISTRIBUTION=TRUE", "ZUL_VERSION=1.7.0.0.0",
         "JRE_LOCATION=../stage/Components/talvex.swd.jre/1/1/DataFiles",
-        "BOOTSTRAP_COMPS=talvex.swd.zul:1.7.0.0.0,talvex.swd.tessel:2.0,talvex.swd.jre:1",
+        "BOOTSTRAP_COMPS=talvex.swd.zul:1.7.0.0.0,talvex.swd.zul.core:1.7.0.0.0,"
+        "talvex.swd.tessel:2.0,talvex.swd.jre:1",
         "MULTICD=FALSE", "JRE_MEMORY_OPTIONS=-Xmx64m -Xms8m"]
     data = "stage/Components/{}/1/DataFiles/{}"
-    for name, version in (("talvex.swd.zul", "1.7.0.0.0"), ("talvex.swd.tessel", "2.0"),
+    for name, version in (("talvex.swd.zul", "1.7.0.0.0"), ("talvex.swd.zul.core", "1.7.0.0.0"),
+                          ("talvex.swd.tessel", "2.0"),
                           ("talvex.swd.jre", "1")):
         assert data.format(f"{name}/{version}", name + ".jar") in found
     assert found[data.format("talvex.swd.zul/1.7.0.0.0", "Expanded/zul/plain.txt")][2] == b"as it is"
@@ -117,9 +123,7 @@ def test_the_sample_installer_runs_from_a_stage_on_the_unpacked_runtime(componen
     subprocess.run([f"{java_home()}/bin/jlink", "--add-modules", "java.base", "--strip-debug",
                     "--output", f"{runtime}/jre/17"], check=True, capture_output=True)
     # The installer's main jar is looked for where the core component is brought to.
-    write_file(f"{OPERATOR_HOME}/core/zul/lib/README", "x")
-    done = build_stage("--param", "MULTICD=FALSE", STAGE, components["zul"],
-                       f"talvex.swd.zul.core:1.7.0.0.0={OPERATOR_HOME}/core",
+    done = build_stage("--param", "MULTICD=FALSE", STAGE, components["zul"], components["core"],
                        f"talvex.swd.jre:17={runtime}")
     assert done.returncode == 0, done.stderr
     launch = launched(["-silent", "-waitForCompletion", "DEMO_EXIT=5", "-rtimestamp", "now"])
@@ -180,6 +184,8 @@ def test_what_cannot_be_built_is_said_in_one_line_and_leaves_nothing(root_as_new
     (["--level", ""], " is not a level of packing: 0 to 9"),
     (["--param", "no line"], "no line is not a line KEY=VALUE of talparam.ini"),
     (["--param", "A=1\nB=2"], "A=1\nB=2 is not a line KEY=VALUE of talparam.ini"),
+    (["--check-stage", "/nowhere"],
+     "no check-stage at /nowhere; name one with --check-stage, or build --unchecked"),
     (["--what"], "the option --what is not known"),
 ])
 def test_a_wrong_option_is_said_and_leaves_nothing(components, options, said):
@@ -204,6 +210,19 @@ def test_the_stage_may_be_named_from_where_one_is(components):
     assert done.returncode == 0, done.stderr
     assert os.path.exists(STAGE + "/stage/Components/talvex.swd.zul/1.7.0.0.0/1/DataFiles/"
                           "talvex.swd.zul.jar")
+def test_a_stage_with_errors_is_refused_and_leaves_nothing(components):
+    done = build_stage("--param", "INSTALL_CLASS=my.Class", STAGE, *components.values())
+    assert (done.returncode, done.stdout) == (1, "")
+    assert ("install/talparam.ini:6: error: the class my.Class of INSTALL_CLASS is in no jar of the "
+            "class path: bring the jar that holds it, or correct the name") in done.stderr.splitlines()
+    assert done.stderr.splitlines()[-1] == "build-stage: the stage has errors"
+    assert [name for name in os.listdir(OPERATOR_HOME) if name.startswith("built")] == []
+
+
+def test_a_stage_with_errors_is_built_when_nobody_checks_it(components):
+    done = build_stage("--unchecked", "--param", "INSTALL_CLASS=my.Class", STAGE, *components.values())
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    assert os.path.exists(STAGE + "/install/talparam.ini")
 
 
 def test_a_stage_that_is_there_already_is_not_touched(components):
