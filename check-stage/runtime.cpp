@@ -94,7 +94,9 @@ void check_demands(const Inspection& inspection, const Settings& settings, const
 // Whether the java program is there; what it is, when it can be looked into.
 bool find_program(const Settings& settings, const Inspection& inspection, const Cargo& cargo,
                   std::string& path) {
-    const std::string program = joined_path(joined_path(settings.jreDirLoc, "bin"), "java");
+    std::string program = settings.jreDirLoc;
+    GetFullFileName(&program, "bin");
+    program += "/java";
     const std::string name = name_in_scratch(program, settings.scratchLoc);
     if (name.empty()) {
         path = absolute_path(inspection.places, program);
