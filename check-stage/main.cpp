@@ -8,7 +8,9 @@
 #include "plan.h"
 #include "quiet_files.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <string_view>
@@ -19,7 +21,7 @@ namespace {
 
 constexpr int kFine = 0;
 constexpr int kErrorsFound = 1;
-constexpr int kWrongCall = 2;
+constexpr int kWrongCall = 2; // or nothing can be printed
 
 constexpr const char* kUsage = "usage: check-stage [--plan] DIRECTORY [LAUNCHER ARGUMENT...]\n";
 
@@ -42,7 +44,7 @@ constexpr const char* kHelp =
     "  --plan     say also what a launch with these arguments would do from here\n"
     "  --help     say this\n"
     "\n"
-    "Status: 0 without errors, 1 with errors, 2 for a wrong call.\n"
+    "Status: 0 without errors, 1 with errors, 2 for a wrong call or when nothing can be printed.\n"
     "Environment: TMPDIR is where the temporary directory is made, /tmp without it.\n";
 
 int refuse(const std::string& reason) {
@@ -53,6 +55,9 @@ int refuse(const std::string& reason) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // A file that is opened would take the number, and the findings.
+    if (fcntl(STDOUT_FILENO, F_GETFD) == -1)
+        return refuse("there is no standard output");
     std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     bool plan = false;
     while (!arguments.empty() && arguments.front().starts_with("-")) {
@@ -88,5 +93,10 @@ int main(int argc, char** argv) {
     print_findings();
     if (plan && here >= 0 && fchdir(here) == 0)
         print_plan(directory, {arguments.begin() + 1, arguments.end()});
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "check-stage: the findings cannot be written: %s\n",
+                     std::strerror(errno));
+        return kWrongCall;
+    }
     return error_count() == 0 ? kFine : kErrorsFound;
 }

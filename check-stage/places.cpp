@@ -19,7 +19,7 @@ constexpr int kDeepestLauncher = 3;
 constexpr std::size_t kMostDirectories = 5000;
 
 // What tells a launcher's directory when the launcher itself is missing, the surest first.
-constexpr const char* kSigns[] = {kLauncherName, kParameterFile, "resource", kUnpackerName};
+constexpr const char* kSigns[] = {kLauncherName, kParameterFile, "resource/cons.nls"};
 
 std::string real_path(const std::string& path) {
     std::vector<char> resolved(PATH_MAX + 1);

@@ -2,11 +2,15 @@
 
 import os
 import shutil
+import signal
+import subprocess
+import time
 
 import pytest
 
 from checked import CLEAN, CleanHome, CleanStage, assert_found, make_old, run_check
-from harness import OPERATOR_HOME, write_file
+from harness import OPERATOR_HOME, tool, write_file
+from stage import ZUL
 
 
 @pytest.fixture(name="stage")
@@ -83,7 +87,39 @@ def test_help_says_what_the_lines_and_statuses_mean(root_as_new):
     del root_as_new
     done = run_check("--help")
     assert (done.returncode, done.stderr) == (0, b"")
-    assert b"Status: 0 without errors, 1 with errors, 2 for a wrong call.\n" in done.stdout
+    assert b"Status: 0 without errors, 1 with errors, 2 for a wrong call or when nothing can" in done.stdout
+
+
+def fill(path):
+    """Takes all the room of a small file system."""
+    with open(path, "wb", buffering=0) as file:
+        try:
+            while file.write(bytes(4096)):
+                pass
+        except OSError:
+            pass
+
+
+def test_findings_that_cannot_be_printed_are_not_taken_for_none(stage):
+    with open("/small/findings", "wb") as full:
+        fill("/small/rest")
+        done = subprocess.run([tool("CHECK_STAGE"), stage.top], stdout=full, stderr=subprocess.PIPE,
+                              check=False)
+    assert (done.returncode, done.stderr) == (
+        2, b"check-stage: the findings cannot be written: No space left on device\n")
+
+
+def test_an_interrupted_check_dies_of_the_signal_and_leaves_nothing(stage):
+    stage.component(ZUL, "1.0", {"x": os.urandom(1_000_000)})
+    for number in range(300):
+        shutil.copytree(f"{stage.components}/{ZUL}", f"{stage.components}/x{number}")
+    stage.ini(BOOTSTRAP_COMPS=",".join(f"x{number}:1.0" for number in range(300)))
+    with subprocess.Popen([tool("CHECK_STAGE"), stage.top], stdout=subprocess.DEVNULL) as check_stage:
+        while not os.listdir("/tmp") and check_stage.poll() is None:
+            time.sleep(0.001)
+        check_stage.send_signal(signal.SIGTERM)
+        assert check_stage.wait(20) == -signal.SIGTERM
+    assert os.listdir("/tmp") == []
 
 
 def test_an_empty_directory_is_no_stage(root_as_new):
@@ -151,7 +187,7 @@ def test_a_line_of_a_megabyte_is_checked_like_any_other(stage):
     assert lines[0].startswith("install/talparam.ini:7: warning: no launcher reads the key KKK")
 
 
-def test_an_interruption_leaves_no_temporary_directory(stage):
+def test_a_file_in_place_of_the_catalogues_directory_is_a_missing_catalogue(stage):
     shutil.rmtree(stage.install + "/resource")
     write_file(stage.install + "/resource", "x")
     assert ("install/resource/cons.nls: error: the English catalogue is missing, and launches end with "
