@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr mode_t kOwnFileMode = 0600;
 // Entries of one archive of which a line each is said.
 constexpr std::size_t kMostLines = 20;
 // Larger files are not written to the own directory to look into them.
@@ -71,7 +72,7 @@ int extraction_target(const ZipEntry& entry, std::string_view name, const Wanted
         return -1;
     const std::string file = own_directory() + "/file" + std::to_string(at_hand.size());
     const auto target = at_hand.try_emplace(arriving, file).first;
-    return open(target->second.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    return open(target->second.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kOwnFileMode);
 }
 
 void check_data(const ZipArchive& archive, const ZipEntry& entry, std::string_view name,

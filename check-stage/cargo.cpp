@@ -29,13 +29,14 @@ bool same_bytes(const std::string& one, const std::string& other) {
     return read_quietly(first, one, most) && read_quietly(second, other, most) && first == second;
 }
 
-// The checksum that archives keep.
+// The checksum that archives keep: CRC-32, its polynomial with the lowest bit first.
+constexpr std::uint32_t kPolynomial = 0xedb88320;
 std::uint32_t checksum_of(const std::string& bytes) {
-    std::uint32_t sum = 0xffffffffU;
+    std::uint32_t sum = ~std::uint32_t{0};
     for (const char c : bytes) {
         sum ^= static_cast<unsigned char>(c);
         for (int bit = 0; bit < 8; ++bit)
-            sum = (sum & 1U) != 0 ? sum >> 1U ^ 0xedb88320U : sum >> 1U;
+            sum = (sum & 1U) != 0 ? sum >> 1U ^ kPolynomial : sum >> 1U;
     }
     return ~sum;
 }

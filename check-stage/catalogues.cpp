@@ -18,6 +18,8 @@ namespace {
 constexpr const char* kEnglish = "cons.nls";
 // Ten times what any catalogue has; what is behind it is no text.
 constexpr std::size_t kMostBytes = std::size_t{4} << 20;
+// Of a record without a key so much is shown.
+constexpr std::size_t kBeginning = 40;
 // Keys that one line lists.
 constexpr std::size_t kKeysInLine = 5;
 // Lines about the texts of one catalogue.
@@ -81,7 +83,7 @@ Texts texts_of(std::string_view bytes, Complaints& complaints) {
         const std::size_t equals = record.find('=');
         if (equals == std::string_view::npos) {
             complaints.add(
-                "\"" + std::string(record.substr(0, 40)) + "\"",
+                "\"" + std::string(record.substr(0, kBeginning)) + "\"",
                 "this record has no \"=\", and every launch warns of it: write KEY=text");
             continue;
         }

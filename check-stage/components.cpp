@@ -234,7 +234,7 @@ void report_payloads_without_component(const Inspection& inspection, const Shipm
             const std::string payload =
                 joined_path(joined_path(joined_path(root, name), version), kPayload);
             if (is_directory(payload) && !brought.contains(payload))
-                unnamed.push_back(name + "/" + version);
+                unnamed.push_back(joined_path(name, version));
         }
     }
     if (unnamed.empty())

@@ -15,6 +15,7 @@ constexpr std::uint64_t kSegmentLoad = 1;
 constexpr std::uint64_t kSegmentDynamic = 2;
 constexpr std::uint64_t kSegmentInterpreter = 3;
 constexpr std::uint64_t kSegmentNote = 4;
+constexpr std::uint64_t kNoteHead = 12; // three numbers before the name
 constexpr std::uint64_t kTagEnd = 0;
 constexpr std::uint64_t kTagNeeded = 1;
 constexpr std::uint64_t kTagStringTable = 5;
@@ -103,31 +104,33 @@ std::optional<std::uint64_t> place_of(const std::vector<Segment>& segments, std:
     return std::nullopt;
 }
 
+// Reads the dynamic section: the names of the libraries that the program needs.
+void read_dynamic(const Reader& reader, const Segment& dynamic,
+                  const std::vector<Segment>& segments, ElfFile& file) {
+    const unsigned step = reader.wide ? 8 : 4;
+    std::vector<std::uint64_t> names;
+    std::optional<std::uint64_t> strings;
+    for (std::uint64_t i = 0; i < kMostTags && i * 2 * step < dynamic.size; ++i) {
+        const auto tag = reader.number(dynamic.offset + i * 2 * step, step);
+        const auto value = reader.number(dynamic.offset + (i * 2 + 1) * step, step);
+        file.broken = file.broken || !tag || !value;
+        if (!tag || !value || *tag == kTagEnd)
+            break;
+        if (*tag == kTagNeeded)
+            names.push_back(*value);
+        if (*tag == kTagStringTable)
+            strings = place_of(segments, *value);
+    }
+    for (const std::uint64_t name : names) {
+        if (strings)
+            file.needed.push_back(reader.text(*strings + name));
+    }
+}
+
 void read_needed(const Reader& reader, const std::vector<Segment>& segments, ElfFile& file) {
     for (const Segment& segment : segments) {
-        if (segment.type != kSegmentDynamic)
-            continue;
-        const unsigned step = reader.wide ? 8 : 4;
-        std::vector<std::uint64_t> names;
-        std::optional<std::uint64_t> strings;
-        for (std::uint64_t i = 0; i < kMostTags && i * 2 * step < segment.size; ++i) {
-            const auto tag = reader.number(segment.offset + i * 2 * step, step);
-            const auto value = reader.number(segment.offset + (i * 2 + 1) * step, step);
-            if (!tag || !value) {
-                file.broken = true;
-                break;
-            }
-            if (*tag == kTagEnd)
-                break;
-            if (*tag == kTagNeeded)
-                names.push_back(*value);
-            if (*tag == kTagStringTable)
-                strings = place_of(segments, *value);
-        }
-        for (const std::uint64_t name : names) {
-            if (strings)
-                file.needed.push_back(reader.text(*strings + name));
-        }
+        if (segment.type == kSegmentDynamic)
+            read_dynamic(reader, segment, segments, file);
     }
 }
 
@@ -153,7 +156,7 @@ void read_system(const Reader& reader, const std::vector<Segment>& segments, Elf
             // A note of type 1 by "GNU" names the system by a number; 0 is Linux.
             const auto type = reader.number(segment.offset + 8, 4);
             const auto system = reader.number(segment.offset + 16, 4);
-            if (type == 1U && system == 0U && reader.text(segment.offset + 12) == "GNU")
+            if (type == 1U && system == 0U && reader.text(segment.offset + kNoteHead) == "GNU")
                 file.system = "Linux";
         }
     }

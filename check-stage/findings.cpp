@@ -33,35 +33,45 @@ std::size_t count_of(Grade grade) {
 }
 
 bool continues(char c) {
-    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
+    constexpr unsigned mark = 0x80; // of a byte that continues a character, in its upper two bits
+    constexpr unsigned upper_bits = 0xc0;
+    return (static_cast<unsigned char>(c) & upper_bits) == mark;
 }
+
+// The first bytes of UTF-8 characters, and what may follow them at once.
+struct FirstBytes {
+    unsigned char from;
+    unsigned char to;
+    std::size_t length;
+    unsigned char second_from;
+    unsigned char second_to;
+};
+constexpr FirstBytes kFirstBytes[] = {
+    {0x00, 0x7f, 1, 0, 0},       {0xc2, 0xdf, 2, 0x80, 0xbf}, {0xe0, 0xe0, 3, 0xa0, 0xbf},
+    {0xe1, 0xec, 3, 0x80, 0xbf}, {0xed, 0xed, 3, 0x80, 0x9f}, {0xee, 0xef, 3, 0x80, 0xbf},
+    {0xf0, 0xf0, 4, 0x90, 0xbf}, {0xf1, 0xf3, 4, 0x80, 0xbf}, {0xf4, 0xf4, 4, 0x80, 0x8f},
+};
 
 // The length of the UTF-8 character at the start of `text`, 0 when there is none.
 std::size_t character_length(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t length = first < 0x80   ? 1
-                               : first < 0xc2 ? 0
-                               : first < 0xe0 ? 2
-                               : first < 0xf0 ? 3
-                               : first < 0xf5 ? 4
-                                              : 0;
-    if (length == 0 || length > text.size())
-        return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!continues(text[i]))
+    for (const FirstBytes& row : kFirstBytes) {
+        if (first < row.from || first > row.to)
+            continue;
+        if (row.length == 1)
+            return 1;
+        const auto second = static_cast<unsigned char>(text.size() < row.length ? 0 : text[1]);
+        if (second < row.second_from || second > row.second_to)
             return 0;
+        const std::string_view rest = text.substr(2, row.length - 2);
+        return std::all_of(rest.begin(), rest.end(), continues) ? row.length : 0;
     }
-    if (length < 3)
-        return length;
-    const auto second = static_cast<unsigned char>(text[1]);
-    const bool overlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
-    const bool no_character =
-        (first == 0xed && second >= 0xa0) || (first == 0xf4 && second >= 0x90);
-    return overlong || no_character ? 0 : length;
+    return 0;
 }
 
 std::string in_hexadecimal(char c) {
-    std::array<char, 5> text{};
+    constexpr std::size_t size = sizeof "\\xff";
+    std::array<char, size> text{};
     std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned char>(c));
     return text.data();
 }

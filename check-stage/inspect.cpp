@@ -21,6 +21,7 @@
 #include "shipment.h"
 #include "surroundings.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
@@ -28,7 +29,8 @@
 namespace {
 
 // A launch reads such a file whole, dozens of times; nobody writes one of this size.
-constexpr std::size_t kMostParameterBytes = std::size_t{16} << 20;
+constexpr std::size_t kMostParameterMegabytes = 16;
+constexpr std::size_t kMostParameterBytes = kMostParameterMegabytes << 20;
 
 // Reads the parameter file and keeps a copy for the launcher's own reader, which waits for pipes
 // and leaves traces. What is wrong with the file itself is reported.
@@ -52,7 +54,7 @@ bool read_parameter_file(Inspection& inspection) {
         } else if (size_of(places.parameter_file) > bytes.size()) {
             report_warning(inspection.parameter_name, kNoLine,
                            "the parameter file has more than " +
-                               std::to_string(kMostParameterBytes >> 20) +
+                               std::to_string(kMostParameterMegabytes) +
                                " MB, and what stands behind them was not checked: shorten it");
         }
     }
@@ -62,13 +64,10 @@ bool read_parameter_file(Inspection& inspection) {
         report_note(inspection.parameter_name, kNoLine,
                     "nothing that depends on the settings was checked: no temporary directory can "
                     "be made; name one in TMPDIR");
-    const bool has_section = [&] {
-        for (const ParameterLine& line : inspection.lines.lines) {
-            if (line.section == kLauncherSection)
-                return true;
-        }
-        return false;
-    }();
+    const std::vector<ParameterLine>& lines = inspection.lines.lines;
+    const bool has_section = std::any_of(lines.begin(), lines.end(), [](const ParameterLine& line) {
+        return line.section == kLauncherSection;
+    });
     if (has_section || places.parameter_file.empty() || error_count() != 0)
         return has_section;
     if (bytes.starts_with("\xef\xbb\xbf["))

@@ -124,7 +124,7 @@ std::string problem_of_value(const ParameterLine& line) {
         return "";
     }
     if (rest.find('=') != std::string_view::npos)
-        return "the value ends before its \"=\", it is read as \"" + line.value +
+        return R"(the value ends before its "=", it is read as ")" + line.value +
                "\": write the whole value in double quotes";
     if (line.value.find('"') != std::string::npos)
         return "the double quotes stay in the value: only quotes around the whole value are taken "
@@ -191,6 +191,63 @@ std::size_t entries_behind(const ParameterLines& file, std::size_t at) {
     return count;
 }
 
+// Where the reading stands.
+struct Reading {
+    const std::string& name;
+    std::string_view section = {};
+    const std::vector<std::string>* known = nullptr; // the keys of the section
+    bool read = false;                               // whether look-ups get to the line
+    bool at_top = true;
+    std::map<std::string, std::size_t, std::less<>> sections = {}; // by their first lines
+    std::map<std::string, std::size_t, std::less<>> keys = {};
+};
+
+void enter_section(Reading& reading, const ParameterLine& line) {
+    reading.at_top = false;
+    reading.section = line.section;
+    reading.known = line.section.empty() ? nullptr : keys_of(line.section);
+    reading.keys.clear();
+    report_header(line, reading.name);
+    const auto [first, is_new] = reading.sections.try_emplace(line.section, line.number);
+    reading.read = reading.known != nullptr && is_new;
+    if (reading.known != nullptr && !is_new)
+        report_warning(reading.name, line.number,
+                       "the section " + in_brackets(line.section) + " is there already in line " +
+                           std::to_string(first->second) +
+                           ", and only that one is read: move its keys there");
+}
+
+void report_above_sections(const ParameterLine& line, const std::string& name) {
+    if (line.kind == ParameterLine::Kind::entry && !is_comment(line))
+        report_warning(name, line.number,
+                       "the key " + line.key +
+                           " stands above the first section and is not read: move it into its "
+                           "section");
+}
+
+void check_entry(Reading& reading, const ParameterLine& line) {
+    if (line.key.starts_with('[')) {
+        report_warning(reading.name, line.number,
+                       "this is no section but a key of " + in_brackets(reading.section) +
+                           ": a section's name ends with \"]\" in its line");
+        return;
+    }
+    if (!contains(*reading.known, line.key)) {
+        report_unknown_key(line, reading.section, *reading.known, reading.name);
+        return;
+    }
+    const auto [first, is_new] = reading.keys.try_emplace(line.key, line.number);
+    if (!is_new) {
+        report_warning(reading.name, line.number,
+                       "the key " + line.key + " is given already in line " +
+                           std::to_string(first->second) + ", which alone counts: remove one");
+        return;
+    }
+    const std::string problem = problem_of_value(line);
+    if (!problem.empty())
+        report_warning(reading.name, line.number, line.key + ": " + problem);
+}
+
 } // namespace
 
 bool is_version_section(std::string_view section) {
@@ -223,69 +280,22 @@ void check_parameter_lines(const ParameterLines& file, const std::string& name) 
     for (const std::size_t number : file.with_nul)
         report_warning(name, number, "a byte 0 ends this line: what stands behind it is not read");
 
-    std::string_view section;
-    const std::vector<std::string>* known = nullptr;
-    bool read = true; // whether look-ups get to the line
-    bool at_top = true;
+    Reading reading{name};
     // Where the settings' own section is missing, that is the one thing to say.
     const bool has_settings =
         std::any_of(file.lines.begin(), file.lines.end(),
                     [](const ParameterLine& line) { return line.section == kLauncherSection; });
-    std::map<std::string, std::size_t, std::less<>> sections;
-    std::map<std::string, std::size_t, std::less<>> keys;
     for (std::size_t at = 0; at < file.lines.size(); ++at) {
         const ParameterLine& line = file.lines[at];
-        if (line.kind == ParameterLine::Kind::header) {
-            at_top = false;
-            section = line.section;
-            known = section.empty() ? nullptr : keys_of(section);
-            keys.clear();
-            report_header(line, name);
-            const auto [first, is_new] = sections.try_emplace(line.section, line.number);
-            read = known != nullptr && is_new;
-            if (known != nullptr && !is_new)
-                report_warning(name, line.number,
-                               "the section " + in_brackets(section) +
-                                   " is there already in line " + std::to_string(first->second) +
-                                   ", and only that one is read: move its keys there");
-            continue;
+        if (line.kind == ParameterLine::Kind::header)
+            enter_section(reading, line);
+        else if (reading.at_top && has_settings)
+            report_above_sections(line, name);
+        else if (reading.read && line.kind == ParameterLine::Kind::stop) {
+            report_stop(line, reading.section, entries_behind(file, at), name);
+            reading.read = false;
+        } else if (reading.read && !is_comment(line)) {
+            check_entry(reading, line);
         }
-        if (at_top) {
-            if (has_settings && line.kind == ParameterLine::Kind::entry && !is_comment(line))
-                report_warning(name, line.number,
-                               "the key " + line.key +
-                                   " stands above the first section and is not read: move it into "
-                                   "its section");
-            continue;
-        }
-        if (!read)
-            continue;
-        if (line.kind == ParameterLine::Kind::stop) {
-            report_stop(line, section, entries_behind(file, at), name);
-            read = false;
-            continue;
-        }
-        if (is_comment(line))
-            continue;
-        if (line.key.starts_with('[')) {
-            report_warning(name, line.number,
-                           "this is no section but a key of " + in_brackets(section) +
-                               ": a section's name ends with \"]\" in its line");
-            continue;
-        }
-        if (!contains(*known, line.key)) {
-            report_unknown_key(line, section, *known, name);
-            continue;
-        }
-        const auto [first, is_new] = keys.try_emplace(line.key, line.number);
-        if (!is_new) {
-            report_warning(name, line.number,
-                           "the key " + line.key + " is given already in line " +
-                               std::to_string(first->second) + ", which alone counts: remove one");
-            continue;
-        }
-        const std::string problem = problem_of_value(line);
-        if (!problem.empty())
-            report_warning(name, line.number, line.key + ": " + problem);
     }
 }

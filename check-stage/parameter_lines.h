@@ -21,9 +21,10 @@ struct ParameterLine {
     std::string text;    // as read, blanks of blank lines above in front
     std::string section; // of a header that a look-up can find
     std::string key;
-    std::string value;               // what a look-up gives
-    bool has_value = false;          // false when a look-up gives the default
-    std::string_view unread() const; // what stands behind the key, its separator included
+    std::string value;      // what a look-up gives
+    bool has_value = false; // false when a look-up gives the default
+    [[nodiscard]] std::string_view
+    unread() const; // what stands behind the key, its separator included
     std::size_t key_end = 0;
 };
 

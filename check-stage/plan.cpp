@@ -8,6 +8,7 @@
 #include "bootstrap/tree.h"
 #include "cargo.h"
 #include "findings.h"
+#include "forecast.h"
 #include "log/install_log.h"
 #include "nls/catalogue.h"
 #include "parameter_lines.h"
@@ -26,6 +27,7 @@
 #include "setupLauncher/scratch.h"
 #include "shipment.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -39,8 +41,9 @@ namespace state = launcher_state;
 constexpr const char* kOldestJava = "1.4"; // named when there is no java program
 // Stands in the command for what the operator would answer.
 constexpr const char* kAnswer = "ANSWER";
+constexpr const char* kExtensions = "ext/jlib";
+constexpr mode_t kOwnDirectoryMode = 0700;
 constexpr std::size_t kMostParameterBytes = std::size_t{16} << 20;
-constexpr std::size_t kMostCatalogueBytes = std::size_t{4} << 20;
 
 // What the steps of the plan hand to each other.
 struct Plan {
@@ -63,29 +66,6 @@ struct Plan {
     std::string settings_message;
 };
 
-// Whether a launch could work in `path`, having made it with all that is missing above it.
-bool could_be_used(std::string path) {
-    if (PathExists(path))
-        return allows_all_access(path);
-    while (!path.empty() && !PathExists(path)) {
-        const std::string parent = cut_at_last_slash(path);
-        if (parent == path)
-            return false;
-        path = parent;
-    }
-    if (path.empty())
-        path = "/";
-    return is_directory(path) && access(path.c_str(), W_OK | X_OK) == 0;
-}
-
-std::string nearest_existing(std::string path) {
-    while (!path.empty() && !PathExists(path)) {
-        const std::string parent = cut_at_last_slash(path);
-        path = parent == path ? "" : parent;
-    }
-    return path.empty() ? "/" : path;
-}
-
 // The path by which a caller would start the launcher of `directory`.
 std::string invocation(const std::string& directory, const Places& places) {
     const std::string below =
@@ -94,48 +74,6 @@ std::string invocation(const std::string& directory, const Places& places) {
     while (typed.size() > 1 && typed.ends_with('/'))
         typed.pop_back();
     return joined_path(typed, below);
-}
-
-// Opens copies of the catalogues, since reading leaves traces; false when a launch could open none.
-bool open_catalogues(const Plan& plan) {
-    const std::string from = joined_path(plan.places.launcher_directory, "resource");
-    const std::string copies = joined_path(own_directory(), "resource");
-    mkdir(copies.c_str(), 0700);
-    for (const std::string& name : directory_entries(from).names) {
-        std::string bytes;
-        if (name.starts_with("cons") && name.ends_with(".nls") &&
-            read_quietly(bytes, joined_path(from, name), kMostCatalogueBytes))
-            own_file("resource/" + name, bytes);
-    }
-    return nls_open(joined_path(own_directory(), kLauncherName).c_str()) == kOk;
-}
-
-// Where the install log will lie.
-std::string log_file(const Plan& plan) {
-    std::string inventory = state::prereqLogLocation;
-    if (inventory.empty())
-        inventory = state::inventoryLocation;
-    if (inventory.empty())
-        inventory = inventory_location();
-    return (inventory.empty() ? plan.scratch : inventory + "/logs") + state::gsLogFileName +
-           state::gsTimeStamp + ".log";
-}
-
-// The check of the inventory makes a directory that is missing; whether it could is asked instead.
-int check_inventory(std::string& message) {
-    const std::string location = inventory_location();
-    const bool would_make = location.starts_with('/') &&
-                            CheckForInvalidCharactersInPath(location) && !PathExists(location);
-    if (would_make) {
-        if (could_be_used(location))
-            return kOk;
-        message = localised_text("S_ERRINVPRM", {location});
-        return kFailed;
-    }
-    begin_taking_down();
-    const int usable = CheckInventoryPermissions();
-    message = end_taking_down();
-    return usable;
 }
 
 // The name of the scratch directory that a launch would make at this moment.
@@ -184,7 +122,7 @@ void find_parameter_file(Plan& plan) {
 // into it, and the true one does not exist yet.
 void stand_in_for_scratch(Plan& plan) {
     const std::string stand_in = joined_path(own_directory(), "scratch");
-    mkdir(stand_in.c_str(), 0700);
+    mkdir(stand_in.c_str(), kOwnDirectoryMode);
     plan.settings.scratchLoc = stand_in;
     call_scratch(stand_in, plan.scratch);
 }
@@ -220,25 +158,13 @@ std::string yes_from_command_line(bool yes) {
     return yes ? "yes (command line)" : "no (default)";
 }
 
-std::string origin_of_base() {
-    if (validatePath(state::scratchPath))
-        return "command line";
-    for (const char* name : {"TEMP", "TMP"}) {
-        const char* value = std::getenv(name);
-        if (value != nullptr)
-            return validatePath(value) ? std::string("environment, ") + name : "default";
-    }
-    return "default";
-}
-
 void say_launch(const Plan& plan) {
     const CommandLine& command_line = plan.command_line;
     const auto on_line = [&](const char* name) {
-        for (const std::string& argument : command_line.arguments) {
-            if (argument.find(name) != std::string::npos)
-                return true;
-        }
-        return false;
+        return std::any_of(command_line.arguments.begin(), command_line.arguments.end(),
+                           [name](const std::string& argument) {
+                               return argument.find(name) != std::string::npos;
+                           });
     };
     say("current directory=" + (plan.curDir.empty() ? "/" : plan.curDir));
     const bool given = !command_line.sParamFile.empty() && PathExists(command_line.sParamFile);
@@ -251,7 +177,7 @@ void say_launch(const Plan& plan) {
         (handed ? "command line" : origin_of_base()) + ")");
     say("start directory=" + plan.settings.startupLoc + "   (" +
         (command_line.bShipHomeLocation ? "command line" : "computed") + ")");
-    say("install log=" + log_file(plan) + "   (computed)");
+    say("install log=" + log_file(plan.scratch) + "   (computed)");
     const bool pointer =
         on_line("-invPtrLoc") || state::sInvPtrLocation != "/var/opt/talvex/talInst.loc";
     say("inventory pointer file=" + state::sInvPtrLocation + "   (" +
@@ -267,7 +193,7 @@ bool prerequisites_end(const Plan& plan, std::string& message) {
     GetParamInformation(kPlatformChecksKey, platform_checks, "FALSE",
                         plan.settings.paramFileLocation, kWholeValue);
     return prerequisites_end_launch({plan.lines, plan.command_line,
-                                     nearest_existing(plan.scratch_base), log_file(plan),
+                                     nearest_existing(plan.scratch_base), log_file(plan.scratch),
                                      is_on(platform_checks)},
                                     message);
 }
@@ -384,15 +310,15 @@ bool is_there(const Plan& plan, const std::string& path) {
 
 // The extension jars lie in the stand-in by their names, so that the class path has them.
 void lay_out_extensions(const Plan& plan) {
-    const std::string& scratch = plan.settings.scratchLoc;
+    const std::string directory = joined_path(plan.settings.scratchLoc, kExtensions);
     std::error_code ignored;
-    for (const std::string& name : names_in(plan.cargo, "ext/jlib")) {
-        const std::string path = scratch + "/ext/jlib/" + name;
-        std::filesystem::create_directories(
-            plan.cargo.directories.contains("ext/jlib/" + name) ? path : scratch + "/ext/jlib",
-            ignored);
-        if (!PathExists(path))
-            own_file("scratch/ext/jlib/" + name, "");
+    for (const std::string& name : names_in(plan.cargo, kExtensions)) {
+        const std::string below = joined_path(kExtensions, name);
+        const bool is_file = plan.cargo.files.contains(below);
+        const std::string made = is_file ? directory : joined_path(directory, name);
+        std::filesystem::create_directories(made, ignored);
+        if (is_file)
+            own_file(joined_path("scratch", below), "");
     }
 }
 
@@ -492,7 +418,7 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     plan.osVersion = getOSVersion();
     computeTimeStamp();
     begin_taking_down();
-    const bool opened = open_catalogues(plan);
+    const bool opened = open_catalogue_copies(plan.places.launcher_directory);
     std::string message = end_taking_down();
     if (!opened) {
         say_end("at once", kNoCatalogue, message);

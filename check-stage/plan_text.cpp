@@ -13,9 +13,22 @@ namespace {
 std::string scratch_stand_in;
 std::string scratch_name;
 
+constexpr mode_t kOwnFileMode = 0600;
 std::string taken_down_file;
 int standard_output = -1;
 int standard_error = -1;
+
+void flush_both() {
+    static_cast<void>(std::fflush(stdout));
+    static_cast<void>(std::fflush(stderr));
+}
+
+// Makes `stream` another name of the open `file`.
+void lead_to(int stream, int file) {
+    if (dup2(file, stream) < 0) {
+        // Then messages stand between the lines of the plan.
+    }
+}
 
 void print_line(const std::string& text) {
     const std::string line = escaped(with_scratch_name(text)) + "\n";
@@ -61,29 +74,27 @@ void say_end(const std::string& where, int status, const std::string& message) {
 }
 
 void begin_taking_down() {
-    std::fflush(stdout);
-    std::fflush(stderr);
+    flush_both();
     taken_down_file = own_directory() + "/said";
-    const int file =
-        open(taken_down_file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+    const int file = open(taken_down_file.c_str(),
+                          O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, kOwnFileMode);
     if (file < 0)
         return;
     standard_output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     standard_error = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    dup2(file, STDOUT_FILENO);
-    dup2(file, STDERR_FILENO);
+    lead_to(STDOUT_FILENO, file);
+    lead_to(STDERR_FILENO, file);
     close(file);
 }
 
 std::string end_taking_down() {
-    std::fflush(stdout);
-    std::fflush(stderr);
+    flush_both();
     if (standard_output >= 0) {
-        dup2(standard_output, STDOUT_FILENO);
+        lead_to(STDOUT_FILENO, standard_output);
         close(standard_output);
     }
     if (standard_error >= 0) {
-        dup2(standard_error, STDERR_FILENO);
+        lead_to(STDERR_FILENO, standard_error);
         close(standard_error);
     }
     standard_output = standard_error = -1;

@@ -112,11 +112,9 @@ void check_value(const Warn& warn) {
 }
 
 bool is_failure_key(std::string_view key) {
-    for (const PrereqCheck& check : prereq_checks()) {
-        if (key == check.failure_key)
-            return true;
-    }
-    return false;
+    const std::vector<PrereqCheck> checks = prereq_checks();
+    return std::any_of(checks.begin(), checks.end(),
+                       [&](const PrereqCheck& check) { return key == check.failure_key; });
 }
 
 void check_section(const Inspection& inspection, const std::string& section) {

@@ -91,7 +91,7 @@ void check_machine(const ElfFile& program, const ElfFile& launcher, const std::s
 }
 
 ElfFile check_program_files(const Places& places, bool unpacks) {
-    const ElfFile launcher = check_program(places, kLauncherName, "put the launcher there");
+    ElfFile launcher = check_program(places, kLauncherName, "put the launcher there");
     if (!unpacks)
         return launcher;
     const ElfFile unpacker =
