@@ -83,7 +83,7 @@ bool is_disk_name(const std::string& path) {
 std::size_t count_disks(const std::string& launcher_directory) {
     std::string path = launcher_directory;
     while (!path.empty() && !is_disk_name(path))
-        path = path.substr(0, path.rfind('/'));
+        path.resize(path.rfind('/'));
     if (path.empty())
         return 0;
     const std::vector<std::string> beside = sorted_directories(cut_at_last_slash(path) + "/");

@@ -400,8 +400,12 @@ void plan_start(Plan& plan) {
 void print_plan(const std::string& directory, const std::vector<std::string>& arguments) {
     Plan plan;
     plan.places = find_places(directory);
-    if (plan.places.launcher_directory.empty() || own_directory().empty())
+    if (plan.places.launcher_directory.empty())
+        return; // that is what was found
+    if (own_directory().empty()) {
+        say_headline("no plan: no temporary directory can be made; name one in TMPDIR");
         return;
+    }
     std::vector<std::string> all{invocation(directory, plan.places)};
     all.insert(all.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;

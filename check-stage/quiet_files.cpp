@@ -37,6 +37,7 @@ void note_signal(int number) {
 int open_for_reading(const std::string& path) {
     // Without waiting: a pipe may bear the name of any file.
     const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    // cppcheck-suppress badBitmaskCheck ; 0 only where the system has no such flag
     const int descriptor = open(path.c_str(), flags | kWithoutTrace);
     if (descriptor >= 0 || errno != EPERM)
         return descriptor;

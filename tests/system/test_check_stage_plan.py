@@ -2,13 +2,15 @@
 
 import os
 import re
+import resource
 import shutil
+import subprocess
 
 import pytest
 
 from checked import CleanStage, check, everything_of
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP, Home, assert_same,
-                     set_inventory, write_file)
+                     set_inventory, tool, write_file)
 from stage import COMPONENTS, CORE, JDK, JRE, MINIMAL, TESSEL, ZUL, CopyHome, Stage, java_program
 
 ESCAPE = re.compile(r"\\(n|t|\\|x[0-9a-f]{2})")
@@ -386,6 +388,26 @@ def test_the_plan_writes_nothing_anywhere(root_as_new):
     assert written() == before
     assert os.listdir("/tmp") == []
     place.end()
+
+
+def test_neither_checks_nor_plan_start_a_process(root_as_new):
+    del root_as_new
+    place = stage(with_section("[Generic Prereqs]", "SWAP_SPACE=1", "PACKAGES=SUNWcsr"))()
+    done = subprocess.run(
+        [tool("CHECK_STAGE"), "--plan", place.top, "-silent"], env=place.environment(),
+        capture_output=True, check=False,
+        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NPROC, (0, 0)))
+    assert done.stderr == b""
+    lines = done.stdout.decode().splitlines()
+    assert "  [Generic Prereqs] SWAP_SPACE=1: needs a command, assumed to pass" in lines
+    assert any(line.startswith("  command of ") for line in lines)
+    place.end()
+
+
+def test_without_a_temporary_directory_there_is_no_plan(root_as_new):
+    del root_as_new
+    lines = CleanStage().check(plan=True, env={"TMPDIR": "/nowhere"})
+    assert lines[-1] == "no plan: no temporary directory can be made; name one in TMPDIR"
 
 
 def test_the_operators_answer_is_left_open(root_as_new):
