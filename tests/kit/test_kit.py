@@ -36,7 +36,7 @@ def below(directory, *, without=()):
             if os.path.isfile(path) and not any(part in path for part in without)}
 
 
-def test_the_kit_holds_launcher_catalogues_tools_sample_installer_and_documents():
+def test_the_kit_holds_launcher_catalogues_tools_sample_installer_pages_and_documents():
     languages = [name[:-3] for name in os.listdir(REPO + "/resource") if name.endswith(".po")]
     programs = {"lib/setupLauncher/setupLauncher", "bin/build-stage", "bin/catalogue-text",
                 DEMO + "make-home", DEMO + "make-jar", DEMO + "make-stage"}
@@ -45,7 +45,9 @@ def test_the_kit_holds_launcher_catalogues_tools_sample_installer_and_documents(
     others |= {f"lib/setupLauncher/resource/cons_{language}.nls" for language in languages}
     others |= {DEMO + "src/" + name for name in below("demo/src")}
     others |= {"share/doc/setupLauncher/docs/" + name for name in below("docs", without=["/man/"])}
-    assert len(languages) == 9
+    pages = {name for name in below("docs/man") if name[-1].isdigit()}
+    others |= {f"share/man/man{name[-1]}/{name}" for name in pages}
+    assert len(languages) == 9 and len(pages) == 8
     assert files(KIT) == {name: 0o755 if name in programs else 0o644 for name in programs | others}
 
 
