@@ -247,8 +247,12 @@ def messages(sources):
 def error_messages(sources):
     """The keys of what goes to standard error: what the code complains with, and what the
     catalogue's comments say about it."""
-    found = {key for comment, key, _ in ENTRY.findall(sources[TEXTS])
-             if "standard error" in " ".join(comment.replace("#.", "").split()).lower()}
+    found = set()
+    for comment, key, _ in ENTRY.findall(sources[TEXTS]):
+        words = " ".join(comment.replace("#.", "").split()).lower()
+        # A part of another message stands in none of its own.
+        if "standard error" in words and not re.search("as a part of|added to a message", words):
+            found.add(key)
     for text in code_of(sources).values():
         found.update(re.findall(r'\bcomplain\w*\([^;]*?"(S_\w+)"', text))
     return found

@@ -190,8 +190,7 @@ def same_sentence(quoted, text):
     all, with another sentence. The system's reason may be quoted behind it."""
     quoted = quoted.removesuffix(": \0")
     text = " ".join(re.sub(r"%(?:\d\$)?(?:l|ll)?[sdu]", "\0", text).split())
-    rest = text.removeprefix(quoted)
-    return text.startswith(quoted) and (not rest or rest.startswith(" "))
+    return text == quoted or (text.startswith(quoted + " ") and quoted[-1] in ".:?")
 
 
 def messages(pages, sources):
@@ -210,8 +209,12 @@ def messages(pages, sources):
 
 
 def fixed_messages(pages, sources):
-    found = {quote.text: quote for quote in manual.quotes(pages[CATALOGUES])}
-    return differences(CATALOGUES, "the message", found, code.CATALOGUE, code.fixed_messages(sources))
+    texts = code.fixed_messages(sources)
+    found = manual.quotes(pages[CATALOGUES])
+    return ([f"{quote.place}: the message {quote.text} is not in {code.CATALOGUE}" for quote in found
+             if not any(same_sentence(quote.text, text) for text in texts)] +
+            [f"{CATALOGUES}: the message {text} of {code.CATALOGUE} is missing" for text in sorted(texts)
+             if not any(same_sentence(quote.text, text) for quote in found)])
 
 
 def words_in_capitals(pages, sources):
