@@ -126,7 +126,8 @@ def constants(sources):
     """{name: text} of the constants that are texts."""
     found = {}
     for text in code_of(sources).values():
-        for name, value in re.findall(r'constexpr const char\* (k\w+) =\s*("[^;]*");', text):
+        for name, value in re.findall(
+                r'constexpr (?:const char\*|std::string_view) (k\w+) =\s*("[^;]*");', text):
             found[name] = unquoted(value)
     return found
 
@@ -261,18 +262,18 @@ def error_messages(sources):
 def fixed_messages(sources):
     """The texts that do not come from a catalogue, with a mark where an argument is. They are
     written in pieces, the last of which ends the line."""
-    pieces = re.findall(r"std::fputs\(([^;]*), stderr\);", COMMENT.sub("", sources[CATALOGUE]))
+    pieces = re.findall(r"std::fputs\(([^;]*),\s*stderr\);", COMMENT.sub("", sources[CATALOGUE]))
     assert pieces, CATALOGUE
     text = "".join(unquoted(piece) if piece.startswith('"') else "\0" for piece in pieces)
     return {line for line in text.split("\n") if line}
 
 
 def capitals(sources):
-    """{word: path} of every text in capitals that the sources spell, message keys aside: the name of
-    a key, a variable or a value that somebody outside the program writes."""
+    """{word: path} of every text in capitals that the sources spell, names of messages, signals and
+    file formats aside: the name of a key, a variable or a value that somebody outside writes."""
     found = {}
     for path, text in code_of(sources).items():
         for word in STRING.findall(text):
-            if re.fullmatch(r"[A-Z][A-Z_]{2,}", word) and not word.startswith("S_"):
+            if re.fullmatch(r"(?!S_|SIG|ELF$)[A-Z][A-Z_]{2,}", word):
                 found[word] = path
     return found

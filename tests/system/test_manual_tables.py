@@ -160,7 +160,7 @@ def environment(pages, sources):
 def statuses(pages, sources):
     page = pages[LAUNCHER]
     explained = {int(line.words[0]): line for line in manual.items(page.part("EXIT STATUS"))
-                 if line.words[0].isdigit()}
+                 if len(line.words) == 1 and line.words[0].isdigit()}
     return differences(page.name, "the status", explained, code.STATUS, code.statuses(sources))
 
 
@@ -188,9 +188,9 @@ def languages(pages, sources):
 def same_sentence(quoted, text):
     """Whether a text, with a mark for each argument, begins with what is quoted and goes on, if at
     all, with another sentence. The system's reason may be quoted behind it."""
-    quoted = quoted.removesuffix(": \0")
     text = " ".join(re.sub(r"%(?:\d\$)?(?:l|ll)?[sdu]", "\0", text).split())
-    return text == quoted or (text.startswith(quoted + " ") and quoted[-1] in ".:?")
+    return (text in (quoted, quoted.removesuffix(": \0")) or
+            (text.startswith(quoted + " ") and quoted[-1] in ".:?"))
 
 
 def messages(pages, sources):
