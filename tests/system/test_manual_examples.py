@@ -13,7 +13,8 @@ import subprocess
 import pytest
 
 import manual
-from harness import (OPERATOR_HOME, Home, compile_locale, java_home, read_file, tool, write_file)
+from harness import (OPERATOR_HOME, TIME_STAMP, Home, compile_locale, java_home, read_file, tool,
+                     write_file)
 from prereq_texts import MACHINE, RELEASE, has_display, has_packages, has_patches, has_swap
 
 STAGE = "/stage"
@@ -129,6 +130,19 @@ def test_an_example_runs_and_shows_what_the_page_shows(example, surroundings):
     results = run_steps([command for command, _ in example.steps], directory, surroundings)
     found = problems(example, results)
     assert not found, "\n".join(found)
+
+
+def test_the_launch_in_the_readme_shows_what_it_shows_there(surroundings):
+    lines = read_file(manual.TOP + "/README.md").decode().splitlines()
+    start = next(at for at, line in enumerate(lines) if line.startswith("    $ /stage/"))
+    example = manual.Example("run on the stage", manual.Line("README.md", start + 1, ""))
+    for line in lines[start:]:
+        if line and not line.startswith("    "):
+            break
+        example.lines.append(TIME_STAMP.sub("...", line[4:]))
+    example.lines = example.lines[:-1]  # the empty line behind it
+    found = problems(example, run_steps([command for command, _ in example.steps], WORK, surroundings))
+    assert len(example.steps) == 2 and not found, "\n".join(found)
 
 
 # ---- parameter files -------------------------------------------------------
