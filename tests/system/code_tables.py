@@ -201,10 +201,12 @@ def version_keys(sources):
 # ---- surroundings ----------------------------------------------------------
 
 def environment(sources):
-    """The variables that the launcher reads or sets by name."""
+    """The variables that the launcher reads, sets or hides by name."""
     named = constants(sources)
     found = set()
     for text in code_of(sources).values():
+        for hidden in re.findall(r'\brun_shell_command\([^;{]*\{([^}]*)\}\)', text):
+            found.update(STRING.findall(hidden))
         for field in re.findall(r'\b(?:getenv|setenv|unsetenv|prefixToEnv)\(("\w+"|k\w+)', text):
             found.add(text_of(field, named))
     return found

@@ -290,6 +290,8 @@ IN_THE_CODE = [
      f"{PARAMETERS}: the key CERTIFIED_VERSION_ASK of {code.PREREQS} is missing"),
     (environment, "c/setupLauncher/scratch.cpp", 'getenv("TMP")', 'getenv("TMPDIR")',
      f"{LAUNCHER}: the variable TMPDIR of c/ is missing"),
+    (environment, "c/bootstrap/tree.cpp", '{"UNZIP", "UNZIPOPT"}', '{"UNZIP", "UNZIPPER"}',
+     f"{LAUNCHER}: the variable UNZIPPER of c/ is missing"),
     (statuses, code.STATUS, "kStartedFromCd = -3;", "kStartedFromCd = -4;",
      f"{LAUNCHER}: the status 252 of {code.STATUS} is missing"),
     (class_path, code.COMMAND, '"webclient.jar"', '"client.jar"',
@@ -392,7 +394,7 @@ def test_a_shown_page_fits_a_terminal_of_80_columns(name):
 
 
 def test_pages_refer_only_to_pages_that_there_are():
-    elsewhere = {("pkginfo", "1"), ("unzip", "1"), ("xdpyinfo", "1")}
+    elsewhere = {("nohup", "1"), ("pkginfo", "1"), ("unzip", "1"), ("xdpyinfo", "1")}
     known = {tuple(name.rsplit(".", 1)) for name in PAGES} | elsewhere
     wrong = [f"{line.place}: {line.words[0]}({line.words[1]})" for page in PAGES.values()
              for line in page.lines
