@@ -14,6 +14,9 @@ PREREQS = "c/prereqchecks/prereq_driver.cpp"
 COMPONENTS = "c/bootstrap/stage_layout.h"
 CATALOGUE = "c/nls/catalogue.cpp"
 STATUS = "c/base/status.h"
+UNZIP_STATUS = "unzip/status.h"
+UNZIP_OPTIONS = "unzip/command_line.cpp"
+STAGE_BUILDER = "tools/build-stage"
 TEXTS = "resource/cons.pot"
 
 # Statuses that stay between the launcher's rooms.
@@ -25,9 +28,9 @@ ESCAPES = {"\\n": "\n", '\\"': '"', "\\\\": "\\"}
 
 
 def load():
-    """{path below the repository: text} of the launcher's sources and message texts."""
+    """{path below the repository: text} of the programs' sources and of the message texts."""
     sources = {}
-    for top in ("c", "resource"):
+    for top in ("c", "resource", "tools", "unzip"):
         for directory, _, names in os.walk(f"{TOP}/{top}"):
             for name in names:
                 path = f"{directory}/{name}"
@@ -36,10 +39,10 @@ def load():
     return sources
 
 
-def code_of(sources):
-    """{path: text without comments} of the sources of c/."""
+def code_of(sources, top="c/"):
+    """{path: text without comments} of the sources below a directory, the launcher's without one."""
     return {path: COMMENT.sub("", text) for path, text in sources.items()
-            if path.endswith((".cpp", ".h"))}
+            if path.startswith(top) and path.endswith((".cpp", ".h"))}
 
 
 def unquoted(text):
@@ -122,10 +125,10 @@ def folded_options(sources):
 
 # ---- the parameter file ----------------------------------------------------
 
-def constants(sources):
+def constants(sources, top="c/"):
     """{name: text} of the constants that are texts."""
     found = {}
-    for text in code_of(sources).values():
+    for text in code_of(sources, top).values():
         for name, value in re.findall(
                 r'constexpr (?:const char\*|std::string_view) (k\w+) =\s*("[^;]*");', text):
             found[name] = unquoted(value)
@@ -200,11 +203,11 @@ def version_keys(sources):
 
 # ---- surroundings ----------------------------------------------------------
 
-def environment(sources):
-    """The variables that the launcher reads, sets or hides by name."""
-    named = constants(sources)
+def environment(sources, top="c/"):
+    """The variables that a program reads, sets or hides by name."""
+    named = constants(sources, top)
     found = set()
-    for text in code_of(sources).values():
+    for text in code_of(sources, top).values():
         for hidden in re.findall(r'\brun_shell_command\([^;{]*\{([^}]*)\}\)', text):
             found.update(STRING.findall(hidden))
         for field in re.findall(r'\b(?:getenv|setenv|unsetenv|prefixToEnv)\(("\w+"|k\w+)', text):
@@ -217,6 +220,25 @@ def statuses(sources):
     found = dict(re.findall(r"constexpr int (k\w+) = (-?\d+);", sources[STATUS]))
     assert set(found) >= INTERNAL_STATUSES, found
     return {int(number) % 256 for name, number in found.items() if name not in INTERNAL_STATUSES}
+
+
+def unzip_statuses(sources):
+    found = re.findall(r"constexpr int k\w+ =\s*(\d+);", COMMENT.sub("", sources[UNZIP_STATUS]))
+    assert len(found) > 10, found
+    return {int(number) for number in found}
+
+
+def unzip_options(sources):
+    text = COMMENT.sub("", sources[UNZIP_OPTIONS])
+    found = re.findall(r"case '(\w)':", text) + re.findall(r'word == "-(-\w+)"', text)
+    assert len(found) > 6, found
+    return set(found)
+
+
+def builder_options(sources):
+    found = re.findall(r"^ *-(-[\w-]+)\)\s", sources[STAGE_BUILDER], re.M)
+    assert len(found) > 3, found
+    return set(found)
 
 
 def jars(sources):

@@ -13,6 +13,8 @@ LAUNCHER = "setupLauncher.1"
 PARAMETERS = "talparam.ini.5"
 CATALOGUES = "cons.nls.5"
 STAGE = "installation-stage.5"
+UNZIP = "stage-unzip.1"
+BUILDER = "build-stage.1"
 
 SOURCES = code.load()
 PAGES = manual.load()
@@ -148,13 +150,18 @@ def prerequisite_keys(pages, sources):
     return complaints + wrong_values("a check for the generic section only:", limited, checks)
 
 
+def explained_variables(page):
+    return manual.named(manual.items(page.part("ENVIRONMENT")), "Ev")
+
+
 def environment(pages, sources):
-    page = pages[LAUNCHER]
-    explained = manual.named(manual.items(page.part("ENVIRONMENT")), "Ev")
     # The C library reads these for the launcher.
     locale = {"LANG", "LC_MESSAGES", "LC_CTYPE"}
-    return differences(page.name, "the variable", explained, "c/",
-                       code.environment(sources) | locale)
+    unzip = explained_variables(pages[UNZIP])
+    # What the launcher tells the unpacker is explained there.
+    return (differences(LAUNCHER, "the variable", explained_variables(pages[LAUNCHER]), "c/",
+                        (code.environment(sources) | locale) - set(unzip)) +
+            differences(UNZIP, "the variable", unzip, "unzip/", code.environment(sources, "unzip/")))
 
 
 def statuses(pages, sources):
@@ -162,6 +169,34 @@ def statuses(pages, sources):
     explained = {int(line.words[0]): line for line in manual.items(page.part("EXIT STATUS"))
                  if len(line.words) == 1 and line.words[0].isdigit()}
     return differences(page.name, "the status", explained, code.STATUS, code.statuses(sources))
+
+
+def numbers(page):
+    found = {}
+    for line in manual.items(page.part("EXIT STATUS")):
+        found.update({int(word): line for word in line.words if word.isdigit()})
+    return found
+
+
+def letters(page):
+    """Every option that a tool's page explains, without its first hyphen."""
+    found = {}
+    for line in manual.items(page.part("DESCRIPTION")):
+        head = " ".join(line.words).replace("Fl Fl ", "Fl -")
+        found.update({word.removeprefix("Fl "): line for word in re.findall(r"Fl \S+", head)})
+    return found
+
+
+def unpacker(pages, sources):
+    return (differences(UNZIP, "the status", numbers(pages[UNZIP]), code.UNZIP_STATUS,
+                        code.unzip_statuses(sources)) +
+            differences(UNZIP, "the option", letters(pages[UNZIP]), code.UNZIP_OPTIONS,
+                        code.unzip_options(sources)))
+
+
+def stage_builder(pages, sources):
+    return differences(BUILDER, "the option", letters(pages[BUILDER]), code.STAGE_BUILDER,
+                       code.builder_options(sources))
 
 
 def class_path(pages, sources):
@@ -227,7 +262,7 @@ def words_in_capitals(pages, sources):
 
 
 SUBJECTS = [options, explained_options, session_variables, entry_classes, keys,
-            prerequisite_keys, environment, statuses, class_path, components, languages, messages,
+            prerequisite_keys, environment, statuses, unpacker, stage_builder, class_path, components, languages, messages,
             fixed_messages, words_in_capitals]
 
 
@@ -294,6 +329,14 @@ IN_THE_CODE = [
      f"{LAUNCHER}: the variable UNZIPPER of c/ is missing"),
     (statuses, code.STATUS, "kStartedFromCd = -3;", "kStartedFromCd = -4;",
      f"{LAUNCHER}: the status 252 of {code.STATUS} is missing"),
+    (environment, "unzip/progress.cpp", "std::getenv(kProgressVariable)", 'std::getenv("PROGRESS")',
+     f"{UNZIP}: the variable PROGRESS of unzip/ is missing"),
+    (unpacker, code.UNZIP_STATUS, "kUnzipEndsEarly = 51;", "kUnzipEndsEarly = 52;",
+     f"{UNZIP}: the status 52 of {code.UNZIP_STATUS} is missing"),
+    (unpacker, code.UNZIP_OPTIONS, "case 'q':", "case 'Q':",
+     f"{UNZIP}: the option Q of {code.UNZIP_OPTIONS} is missing"),
+    (stage_builder, code.STAGE_BUILDER, "--unzip) ", "--unpacker) ",
+     f"{BUILDER}: the option --unpacker of {code.STAGE_BUILDER} is missing"),
     (class_path, code.COMMAND, '"webclient.jar"', '"client.jar"',
      f"{STAGE}: the jar client.jar of {code.COMMAND} is missing"),
     (components, code.COMPONENTS, '"talvex.jdk"', '"talvex.swd.jdk"',
@@ -349,6 +392,10 @@ IN_THE_PAGES = [
     (environment, LAUNCHER, ".It Ev DISPLAY\n", ".It Ev DISPLAY , Ev TMPDIR\n",
      "the variable TMPDIR is not in c/"),
     (statuses, LAUNCHER, ".It 253\n", ".It 2\n", "the status 2 is not in c/base/status.h"),
+    (unpacker, UNZIP, ".It 12\n", ".It 13\n", "the status 13 is not in unzip/status.h"),
+    (unpacker, UNZIP, ".It Fl t\n", ".It Fl T\n", "the option T is not in unzip/command_line.cpp"),
+    (stage_builder, BUILDER, ".It Fl Fl unzip ", ".It Fl Fl unpacker ",
+     "the option -unpacker is not in tools/build-stage"),
     (class_path, STAGE, "webclient.jar", "client.jar",
      "the jar client.jar is not in c/setupLauncher/installer_command.cpp"),
     (components, STAGE, ".It Li talvex.jdk\n", ".It Li talvex.swd.jdk\n",
