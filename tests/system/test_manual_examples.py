@@ -49,6 +49,9 @@ def fixture_kit(tmp_path_factory):
     shutil.copytree(manual.TOP + "/tools", kit + "/bin")
     os.makedirs(kit + "/lib/setupLauncher")
     shutil.copy(tool("LAUNCHER"), kit + "/lib/setupLauncher")
+    # Where it cannot be built, the usual one has to do: the examples hold for both.
+    unzip = os.environ["STAGE_UNZIP"]
+    shutil.copy(unzip if os.path.exists(unzip) else "/usr/bin/unzip", kit + "/lib/setupLauncher/unzip")
     shutil.copytree(tool("CATALOGUES"), kit + "/lib/setupLauncher/resource")
     return kit
 

@@ -336,7 +336,7 @@ IN_THE_CODE = [
     (unpacker, code.UNZIP_OPTIONS, "case 'q':", "case 'Q':",
      f"{UNZIP}: the option Q of {code.UNZIP_OPTIONS} is missing"),
     (stage_builder, code.STAGE_BUILDER, "--unzip) ", "--unpacker) ",
-     f"{BUILDER}: the option --unpacker of {code.STAGE_BUILDER} is missing"),
+     f"{BUILDER}: the option -unpacker of {code.STAGE_BUILDER} is missing"),
     (class_path, code.COMMAND, '"webclient.jar"', '"client.jar"',
      f"{STAGE}: the jar client.jar of {code.COMMAND} is missing"),
     (components, code.COMPONENTS, '"talvex.jdk"', '"talvex.swd.jdk"',
