@@ -16,6 +16,7 @@ CATALOGUE = "c/nls/catalogue.cpp"
 STATUS = "c/base/status.h"
 UNZIP_STATUS = "unzip/status.h"
 UNZIP_OPTIONS = "unzip/command_line.cpp"
+STAGE_CHECKER = "check-stage/main.cpp"
 STAGE_BUILDER = "tools/build-stage"
 TEXTS = "resource/cons.pot"
 
@@ -30,7 +31,7 @@ ESCAPES = {"\\n": "\n", '\\"': '"', "\\\\": "\\"}
 def load():
     """{path below the repository: text} of the programs' sources and of the message texts."""
     sources = {}
-    for top in ("c", "resource", "tools", "unzip"):
+    for top in ("c", "check-stage", "resource", "tools", "unzip"):
         for directory, _, names in os.walk(f"{TOP}/{top}"):
             for name in names:
                 path = f"{directory}/{name}"
@@ -232,6 +233,12 @@ def unzip_options(sources):
     text = COMMENT.sub("", sources[UNZIP_OPTIONS])
     found = re.findall(r"case '(\w)':", text) + re.findall(r'word == "-(-\w+)"', text)
     assert len(found) > 6, found
+    return set(found)
+
+
+def checker_options(sources):
+    found = re.findall(r'option [!=]= "-(-\w+|\w)"', sources[STAGE_CHECKER])
+    assert len(found) > 2, found
     return set(found)
 
 

@@ -47,6 +47,7 @@ def fixture_kit(tmp_path_factory):
     """The tools, and the launcher's directory as the kit has it."""
     kit = str(tmp_path_factory.mktemp("kit"))
     shutil.copytree(manual.TOP + "/tools", kit + "/bin")
+    shutil.copy(tool("CHECK_STAGE"), kit + "/bin")
     os.makedirs(kit + "/lib/setupLauncher")
     shutil.copy(tool("LAUNCHER"), kit + "/lib/setupLauncher")
     # Where it cannot be built, the usual one has to do: the examples hold for both.

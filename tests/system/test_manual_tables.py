@@ -14,6 +14,7 @@ PARAMETERS = "talparam.ini.5"
 CATALOGUES = "cons.nls.5"
 STAGE = "installation-stage.5"
 UNZIP = "stage-unzip.1"
+CHECKER = "check-stage.1"
 BUILDER = "build-stage.1"
 
 SOURCES = code.load()
@@ -161,7 +162,9 @@ def environment(pages, sources):
     # What the launcher tells the unpacker is explained there.
     return (differences(LAUNCHER, "the variable", explained_variables(pages[LAUNCHER]), "c/",
                         (code.environment(sources) | locale) - set(unzip)) +
-            differences(UNZIP, "the variable", unzip, "unzip/", code.environment(sources, "unzip/")))
+            differences(UNZIP, "the variable", unzip, "unzip/", code.environment(sources, "unzip/")) +
+            differences(CHECKER, "the variable", explained_variables(pages[CHECKER]), "check-stage/",
+                        code.environment(sources, "check-stage/")))
 
 
 def statuses(pages, sources):
@@ -192,6 +195,11 @@ def unpacker(pages, sources):
                         code.unzip_statuses(sources)) +
             differences(UNZIP, "the option", letters(pages[UNZIP]), code.UNZIP_OPTIONS,
                         code.unzip_options(sources)))
+
+
+def stage_checker(pages, sources):
+    return differences(CHECKER, "the option", letters(pages[CHECKER]), code.STAGE_CHECKER,
+                       code.checker_options(sources))
 
 
 def stage_builder(pages, sources):
@@ -262,7 +270,7 @@ def words_in_capitals(pages, sources):
 
 
 SUBJECTS = [options, explained_options, session_variables, entry_classes, keys,
-            prerequisite_keys, environment, statuses, unpacker, stage_builder, class_path, components, languages, messages,
+            prerequisite_keys, environment, statuses, unpacker, stage_checker, stage_builder, class_path, components, languages, messages,
             fixed_messages, words_in_capitals]
 
 
@@ -335,6 +343,8 @@ IN_THE_CODE = [
      f"{UNZIP}: the status 52 of {code.UNZIP_STATUS} is missing"),
     (unpacker, code.UNZIP_OPTIONS, "case 'q':", "case 'Q':",
      f"{UNZIP}: the option Q of {code.UNZIP_OPTIONS} is missing"),
+    (stage_checker, code.STAGE_CHECKER, 'option != "--plan"', 'option != "--sketch"',
+     f"{CHECKER}: the option -sketch of {code.STAGE_CHECKER} is missing"),
     (stage_builder, code.STAGE_BUILDER, "--unzip) ", "--unpacker) ",
      f"{BUILDER}: the option -unpacker of {code.STAGE_BUILDER} is missing"),
     (class_path, code.COMMAND, '"webclient.jar"', '"client.jar"',
@@ -394,6 +404,8 @@ IN_THE_PAGES = [
     (statuses, LAUNCHER, ".It 253\n", ".It 2\n", "the status 2 is not in c/base/status.h"),
     (unpacker, UNZIP, ".It 12\n", ".It 13\n", "the status 13 is not in unzip/status.h"),
     (unpacker, UNZIP, ".It Fl t\n", ".It Fl T\n", "the option T is not in unzip/command_line.cpp"),
+    (stage_checker, CHECKER, ".It Fl Fl plan\n", ".It Fl Fl sketch\n",
+     "the option -sketch is not in check-stage/main.cpp"),
     (stage_builder, BUILDER, ".It Fl Fl unzip ", ".It Fl Fl unpacker ",
      "the option -unpacker is not in tools/build-stage"),
     (class_path, STAGE, "webclient.jar", "client.jar",
