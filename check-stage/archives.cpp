@@ -83,8 +83,7 @@ void check_data(const ZipArchive& archive, const ZipEntry& entry, std::string_vi
         return;
     }
     const int target = extraction_target(entry, name, wanted, at_hand);
-    int error = 0;
-    const ZipProblem problem = unpack_entry(error, unpacker, archive, entry, target);
+    const ZipProblem problem = unpack_entry(unpacker, archive, entry, target);
     if (target >= 0)
         close(target);
     if (problem.status == kUnzipDiskFull)
