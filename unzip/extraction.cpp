@@ -108,12 +108,13 @@ void list_file(const Work& work, std::uint32_t i) {
 }
 
 // Begins file number `i` where it may be begun; `found` is what lies at its place.
-ZipProblem begin(Found& found, NewFile& made, Work& work, OpenDirectory& last, std::uint32_t i) {
+ZipProblem begin(Found& found, NewFile& made, const Work& work, OpenDirectory& last,
+                 std::uint32_t i) {
     const std::string_view name = planned_name(work.plan, i);
-    bool is_taken = true;
     found = Found::kNothing;
     ZipProblem problem;
     if (work.archive.entries[i].unpacked <= kShort) {
+        bool is_taken = false;
         problem = begin_short_file(is_taken, made, last, work.destination, name);
         if (problem.status != 0 || !is_taken)
             return problem;
@@ -165,7 +166,7 @@ ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     return {};
 }
 
-ZipProblem check_only(Work& work, Unpacker& unpacker, std::uint32_t i) {
+ZipProblem check_only(const Work& work, Unpacker& unpacker, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
     ZipProblem problem = unpack_entry(unpacker, work.archive, entry, -1);
     if (!work.options.check_only)
