@@ -10,6 +10,7 @@ conftest.py. The programs and files under test are named by the environment:
     LISTENER             the same, and where others are, listening for signals
     CATALOGUE_COMPILER   the catalogue compiler
     DEMO_JAR             the sample installer, TalInstaller.jar
+    STAGE_UNZIP          the stage's own unzip, where it was built
     TEST_JAVA_HOME       a Java runtime; otherwise the one of the java command
 """
 

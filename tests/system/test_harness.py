@@ -35,6 +35,7 @@ def test_the_user_of_the_root_is_an_ordinary_one():
 def test_the_environment_of_the_root_holds_only_what_was_asked_for():
     allowed = {"PATH", "HOME", "LANG", "LAUNCHER", "CATALOGUES", "RECORDER", "LISTENER",
                "CATALOGUE_COMPILER", "DEMO_JAR", "TEST_JAVA_HOME", "TEST_LOCALES", "FAULT_INJECTION",
+               "STAGE_UNZIP", "CHECK_STAGE",
                "PYTHONDONTWRITEBYTECODE", "PYTEST_CURRENT_TEST", "LC_CTYPE"}
     assert set(os.environ) <= allowed
 
