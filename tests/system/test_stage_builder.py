@@ -17,7 +17,8 @@ STAGE = f"{OPERATOR_HOME}/built"
 def build_stage(*arguments):
     return subprocess.run(
         [f"{TOOLS}/build-stage", "--launcher", tool("LAUNCHER"), "--catalogues",
-         tool("CATALOGUES"), "--check-stage", tool("CHECK_STAGE"), *arguments], capture_output=True, text=True, check=False)
+         tool("CATALOGUES"), "--check-stage", tool("CHECK_STAGE"), *arguments],
+        capture_output=True, text=True, check=False)
 
 
 @pytest.fixture(name="components")

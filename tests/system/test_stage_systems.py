@@ -25,7 +25,7 @@ def build(launcher, unzip, *, path=None):
     environment = dict(os.environ, **({"PATH": path} if path else {}))
     return subprocess.run(
         [f"{TOOLS}/build-stage", "--launcher", LAUNCHER, "--catalogues", tool("CATALOGUES"),
-         "--unzip", UNZIP, STAGE, f"talvex.swd.zul:1={OPERATOR_HOME}/own"],
+         "--unzip", UNZIP, "--unchecked", STAGE, f"talvex.swd.zul:1={OPERATOR_HOME}/own"],
         capture_output=True, text=True, check=False, env=environment)
 
 
@@ -140,6 +140,6 @@ def test_a_directory_is_no_program(option, said):
     write_file(f"{OPERATOR_HOME}/own/a", "x")
     done = subprocess.run(
         [f"{TOOLS}/build-stage", "--launcher", tool("LAUNCHER"), "--catalogues", tool("CATALOGUES"),
-         option, "/tmp", STAGE, f"talvex.swd.zul:1={OPERATOR_HOME}/own"],
+         "--unchecked", option, "/tmp", STAGE, f"talvex.swd.zul:1={OPERATOR_HOME}/own"],
         capture_output=True, text=True, check=False)
     assert_refused(done, said)
