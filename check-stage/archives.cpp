@@ -1,5 +1,6 @@
 #include "archives.h"
 
+#include "base/directory.h"
 #include "base/paths.h"
 #include "findings.h"
 #include "quiet_files.h"
@@ -150,6 +151,37 @@ Archive check_archive(const std::string& path, const std::string& name, const Wa
     problems.close();
     close_archive(archive);
     return result;
+}
+
+std::vector<std::string> archives_in(const std::string& directory) {
+    std::vector<std::string> names = directory_entries(directory).names;
+    std::sort(names.begin(), names.end());
+    std::vector<std::string> paths;
+    for (const std::string& name : names) {
+        std::string path = joined_path(directory, name);
+        if (name.ends_with(".jar") && !is_directory(path))
+            paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+bool unpacks(const std::string& directory) {
+    const std::vector<std::string> paths = archives_in(directory);
+    Unpacker unpacker;
+    for (const std::string& path : paths) {
+        ZipArchive archive;
+        bool sound = open_archive_quietly(archive, path) && archive.problem.status == kUnzipFine;
+        for (const ZipEntry& entry : archive.entries) {
+            give_way_to_signals();
+            sound = sound && entry.status == kUnzipFine &&
+                    !leads_outside(entry_name(archive, entry)) &&
+                    unpack_entry(unpacker, archive, entry, -1).status == kUnzipFine;
+        }
+        close_archive(archive);
+        if (!sound)
+            return false;
+    }
+    return !paths.empty();
 }
 
 Archive list_archive(const std::string& path) {

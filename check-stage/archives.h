@@ -39,5 +39,12 @@ std::string arriving_name(const std::string& entry);
 Archive check_archive(const std::string& path, const std::string& name, const Wanted& wanted,
                       std::map<std::string, std::string>& at_hand);
 
+// Whether a launch could unpack the archives of `directory`: there are some, and nothing is wrong
+// with any of them. Quietly.
+bool unpacks(const std::string& directory);
+
+// The paths of the archives in `directory`, in the order in which they are unpacked.
+std::vector<std::string> archives_in(const std::string& directory);
+
 // The names in the archive at `path`, quietly: nothing is unpacked and nothing reported.
 Archive list_archive(const std::string& path);

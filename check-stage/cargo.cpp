@@ -76,19 +76,6 @@ void add_file(Cargo& cargo, const std::string& name, const CargoFile& file,
     before->second = file;
 }
 
-// The archives of a payload in the order in which they are unpacked.
-std::vector<std::string> archives_in(const std::string& directory) {
-    std::vector<std::string> names = directory_entries(directory).names;
-    std::sort(names.begin(), names.end());
-    std::vector<std::string> paths;
-    for (const std::string& name : names) {
-        std::string path = joined_path(directory, name);
-        if (name.ends_with(".jar") && !is_directory(path))
-            paths.push_back(std::move(path));
-    }
-    return paths;
-}
-
 void load_archive(Cargo& cargo, const Places& places, const std::string& path, std::size_t source,
                   const Wanted& wanted, bool thorough, Overwritten& overwritten) {
     const Archive archive =

@@ -136,7 +136,7 @@ Cargo check_cargo(const Inspection& inspection, Settings& settings, Shipment& sh
         recomputeZulLoc(settings.startupLoc, settings.zulLoc, settings.zulCoreLoc);
         CommandLine nothing_said;
         const bool brings = decide_on_runtime(nothing_said, settings) == RuntimeOrigin::brought;
-        shipment = shipment_of(settings, nothing_said, settings.startupLoc, images, brings);
+        shipment = shipment_of(settings, nothing_said, settings.startupLoc, images, brings, false);
         Wanted wanted{{}, "/bin/java"};
         for (const std::string& entry : class_path_entries(settings))
             wanted.names.insert(name_in_scratch(entry, settings.scratchLoc));

@@ -198,20 +198,6 @@ bool prerequisites_end(const Plan& plan, std::string& message) {
                                     message);
 }
 
-bool unpacks(const Source& source) {
-    if (!source.is_there)
-        return false;
-    bool any = false;
-    for (const std::string& name : directory_entries(source.from).names) {
-        if (!name.ends_with(".jar"))
-            continue;
-        any = true;
-        if (!list_archive(joined_path(source.from, name)).readable)
-            return false;
-    }
-    return any;
-}
-
 std::string megabytes(std::uint64_t bytes) {
     const std::uint64_t tenths = (bytes * 10 + (1 << 19)) >> 20;
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " MB";
@@ -262,7 +248,7 @@ bool bootstrap_ends(Plan& plan) {
     std::string images;
     GetImageLoc(plan.curDir, images);
     plan.shipment = shipment_of(settings, plan.command_line, plan.original_start, images,
-                                origin == RuntimeOrigin::brought);
+                                origin == RuntimeOrigin::brought, true);
     plan.cargo = load_cargo(plan.places, plan.shipment, {}, false);
     settle_runtime(settings, plan.shipment, plan.cargo);
     if (origin == RuntimeOrigin::brought)
@@ -275,7 +261,7 @@ bool bootstrap_ends(Plan& plan) {
                  " MB free";
     for (const Source& source : plan.shipment.sources) {
         if (reason.empty() && source.required && source.kind == Source::Kind::archives &&
-            !unpacks(source))
+            !unpacks(source.from))
             reason = source.what + " cannot be unpacked";
     }
     if (reason.empty() && plan.shipment.brings_runtime && !plan.command_line.bNoBootStrap &&

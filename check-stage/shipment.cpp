@@ -1,5 +1,6 @@
 #include "shipment.h"
 
+#include "archives.h"
 #include "base/launcher_state.h"
 #include "base/paths.h"
 #include "bootstrap/stage_layout.h"
@@ -37,6 +38,7 @@ struct Work {
     Settings& settings;
     const CommandLine& command_line;
     std::string root; // of the components
+    bool thorough;
 
     void add(Source::Kind kind, const std::string& what, const std::string& from,
              const std::string& to, bool required) {
@@ -53,6 +55,10 @@ struct Work {
     void take_tree(const std::string& what, std::string& location, const std::string& to) {
         add(Source::Kind::tree, what, location, to, false);
         location = joined_path(settings.scratchLoc, to);
+    }
+
+    [[nodiscard]] bool arrives(const std::string& payload) const {
+        return command_line.bNoBootStrap || (thorough ? unpacks(payload) : PathExists(payload));
     }
 
     void resolve(std::string& location, const char* name) const {
@@ -129,13 +135,13 @@ void take_components(Work& work, const Selection& selection) {
                  joined_path(settings.zulCoreLoc, kExpanded), "", false);
         work.add_archives(kCore, settings.zulCoreLoc, false);
         // A launch goes on without it, and looks for it on the stage.
-        if (PathExists(settings.zulCoreLoc) || work.command_line.bNoBootStrap)
+        if (work.arrives(settings.zulCoreLoc))
             settings.zulCoreLoc = in_zul;
     }
     if (selection.minimal_core) {
         work.resolve(settings.zulCoreMinLoc, kMinimalCore);
         work.add_archives(kMinimalCore, settings.zulCoreMinLoc, false);
-        if (PathExists(settings.zulCoreMinLoc) || work.command_line.bNoBootStrap)
+        if (work.arrives(settings.zulCoreMinLoc))
             settings.zulCoreMinLoc = in_zul;
     }
     if (selection.patch_tool) {
@@ -177,8 +183,8 @@ void take_extras(Work& work) {
 
 Shipment shipment_of(Settings& settings, const CommandLine& command_line,
                      const std::string& original_start, const std::string& image_location,
-                     bool brings_runtime) {
-    Work work{{}, settings, command_line, stage_root()};
+                     bool brings_runtime, bool thorough) {
+    Work work{{}, settings, command_line, stage_root(), thorough};
     if (!image_location.empty())
         work.add(Source::Kind::tree, "images", image_location, "images", false);
     const Selection selection = select(work);

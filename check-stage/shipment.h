@@ -40,4 +40,4 @@ struct Shipment {
 // images.
 Shipment shipment_of(Settings& settings, const CommandLine& command_line,
                      const std::string& original_start, const std::string& image_location,
-                     bool brings_runtime);
+                     bool brings_runtime, bool thorough);

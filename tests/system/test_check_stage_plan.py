@@ -10,7 +10,7 @@ import pytest
 
 from checked import CleanStage, check, everything_of
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP, Home, assert_same,
-                     set_inventory, tool, write_file)
+                     read_file, set_inventory, tool, write_file)
 from stage import COMPONENTS, CORE, JDK, JRE, MINIMAL, TESSEL, ZUL, CopyHome, Stage, java_program
 
 ESCAPE = re.compile(r"\\(n|t|\\|x[0-9a-f]{2})")
@@ -103,6 +103,14 @@ def with_prereq(place):
     write_file(place.top + "/prereq/rules.xml", "x")
 
 
+def spoil(path):
+    """Gives the first entry of an archive another checksum."""
+    content = bytearray(read_file(path))
+    content[14] ^= 1
+    content[content.index(b"PK\x01\x02") + 16] ^= 1
+    write_file(path, bytes(content))
+
+
 def with_kit(place):
     place.remove(JRE)
     place.component(JDK, "1.0", {"jdk/bin/java": java_program(), "jre/x": b"x"})
@@ -160,6 +168,12 @@ LAUNCHES = {
     "a stage without its patch tool": (stage(BOOTSTRAP_COMPS=f"{ZUL},{CORE},{JRE}"), []),
     "a stage without its core": (
         stage(lambda place: place.remove(CORE), BOOTSTRAP_COMPS=f"{ZUL},{CORE},{TESSEL},{JRE}"), []),
+    "a stage whose core is broken": (
+        stage(lambda place: write_file(place.data_files(CORE, "1.7.0.0.0") + f"/{CORE}.jar", "x")), []),
+    "a stage whose core has a wrong checksum": (
+        stage(lambda place: spoil(place.data_files(CORE, "1.7.0.0.0") + f"/{CORE}.jar")), []),
+    "a stage whose core has no archive": (
+        stage(lambda place: os.unlink(place.data_files(CORE, "1.7.0.0.0") + f"/{CORE}.jar")), []),
     "a stage without minimal core": (stage(lambda place: place.remove(MINIMAL)), []),
     "a stage with two versions": (
         stage(lambda place: place.component(ZUL, "1.10", {"zul/jlib/new.jar": b"x"}),
@@ -302,6 +316,9 @@ ENDS = {
         stage(BOOTSTRAP_SIZE="100000000"), [], {}, "in the bootstrap"),
     "a stage without its installer": (
         stage(lambda place: place.remove(ZUL)), [], {}, "in the bootstrap"),
+    "a stage whose installer is broken": (
+        stage(lambda place: spoil(place.data_files(ZUL, "1.7.0.0.0") + f"/{ZUL}.jar")), [], {},
+        "in the bootstrap"),
     "a stage without a runtime": (
         stage(lambda place: place.remove(JRE), JRE_LOCATION="../nowhere"), [], {}, "in the bootstrap"),
     "a runtime without a home": (
