@@ -46,7 +46,10 @@ bool has_archive(const std::string& payload) {
 
 // What is missing of a component, or an empty text.
 std::string missing_of(const std::string& root, const ComponentEntry& entry, std::string& place) {
+    const std::string out_of_reach = "it cannot be looked into here: see its mode";
     place = joined_path(root, entry.name);
+    if (kind_of(place) == FileKind::directory && !can_be_looked_into(place))
+        return out_of_reach;
     if (!is_directory(place)) {
         const std::string like = nearest(entry.name, directories_in(root));
         return "the stage has no such component" +
@@ -65,8 +68,12 @@ std::string missing_of(const std::string& root, const ComponentEntry& entry, std
                (versions.empty() ? "" : ", but " + listed(versions));
     }
     place = joined_path(place, kPayload);
+    if (kind_of(place) == FileKind::out_of_reach)
+        return out_of_reach;
     if (!is_directory(place))
         return "it has no payload directory " + std::string(kPayload) + " in version " + version;
+    if (!can_be_looked_into(place))
+        return out_of_reach;
     if (!has_archive(place))
         return "its payload in version " + version + " has no archive, no file *.jar";
     return "";

@@ -173,6 +173,13 @@ void inspect(const std::string& directory) {
     Inspection inspection;
     inspection.places = find_places(directory);
     const Places& places = inspection.places;
+    if (!can_be_looked_into(places.directory)) {
+        report_error(".", kNoLine,
+                     std::string("this directory cannot be read here, and nothing in it was "
+                                 "checked: ") +
+                         std::strerror(errno));
+        return;
+    }
     if (places.launcher_directory.empty()) {
         report_error(".", kNoLine,
                      "there is neither a launcher nor a parameter file in this directory: name a "
@@ -205,8 +212,12 @@ void inspect(const std::string& directory) {
     Settings after = inspection.settings;
     Shipment shipment;
     const Cargo cargo = check_cargo(inspection, after, shipment);
-    const bool all_there = !inspection.is_stage || check_components(inspection, shipment);
-    check_runtime(inspection, after, shipment, cargo);
+    // Of components that are out of sight nothing is known; their modes are spoken of below.
+    const bool in_sight = places.components.empty() || can_be_looked_into(places.components);
+    const bool all_there =
+        in_sight && (!inspection.is_stage || check_components(inspection, shipment));
+    if (in_sight)
+        check_runtime(inspection, after, shipment, cargo);
     if (all_there)
         check_class_path(inspection, after, cargo);
     check_bootstrap_size(inspection, cargo);

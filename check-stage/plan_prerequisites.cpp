@@ -78,6 +78,8 @@ std::string failed_texts() {
 
 bool prerequisites_end_launch(const PrereqPlan& plan, std::string& message) {
     say_headline("prerequisites:");
+    if (entries_of(plan.file, kGenericSection).empty() && !plan.platform_checks)
+        say("none");
     const bool generic_failed = section_fails(plan, kGenericSection, true);
     if (plan.command_line.bExecuteSysPreReqs) {
         message = localised_text("S_EXIT_MSG", {plan.log});

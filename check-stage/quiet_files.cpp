@@ -55,6 +55,10 @@ FileKind kind_of(const std::string& path) {
     return S_ISDIR(found.st_mode) ? FileKind::directory : FileKind::other;
 }
 
+bool can_be_looked_into(const std::string& directory) {
+    return access(directory.c_str(), R_OK | X_OK) == 0;
+}
+
 void read_directories_quietly() {
     directory_flags = kWithoutTrace;
 }

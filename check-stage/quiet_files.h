@@ -21,6 +21,9 @@ enum class FileKind {
 };
 FileKind kind_of(const std::string& path);
 
+// Whether this user can list a directory and reach what is in it; errno says why not.
+bool can_be_looked_into(const std::string& directory);
+
 // Directories are read without a trace from here on.
 void read_directories_quietly();
 

@@ -253,6 +253,39 @@ def test_a_stage_of_which_nothing_can_be_read_is_said_and_ends(stage):
             in lines)
 
 
+def test_a_directory_that_cannot_be_read_is_said(stage):
+    os.chmod(stage.top, 0)
+    lines = stage.check()
+    os.chmod(stage.top, 0o755)
+    assert_found(lines, ".: error: this directory cannot be read here, and nothing in it was checked: "
+                        "Permission denied")
+
+
+def test_components_out_of_sight_are_not_taken_for_missing(stage):
+    os.chmod(stage.components, 0)
+    lines = stage.check()
+    os.chmod(stage.components, 0o755)
+    assert_found(lines,
+                 "stage/Components: error: ordinary users cannot read this directory: give it the mode "
+                 "755",
+                 "stage/Components: note: what lies in this directory was not checked: it cannot be "
+                 "read here")
+
+
+def test_a_component_out_of_sight_is_not_taken_for_missing(stage):
+    core = f"{stage.components}/{CORE}"
+    os.chmod(core, 0)
+    lines = stage.check()
+    os.chmod(core, 0o755)
+    assert_found(lines,
+                 'install/talparam.ini:5: error: BOOTSTRAP_COMPS names "talvex.swd.zul.core:1.0": it '
+                 "cannot be looked into here: see its mode",
+                 "stage/Components/talvex.swd.zul.core: error: ordinary users cannot read this "
+                 "directory: give it the mode 755",
+                 "stage/Components/talvex.swd.zul.core: note: what lies in this directory was not "
+                 "checked: it cannot be read here")
+
+
 def test_names_of_the_longest_kind_are_checked(stage):
     deep = stage.top
     for _ in range(20):
