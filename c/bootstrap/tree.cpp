@@ -9,7 +9,6 @@
 #include "platform/child_process.h"
 #include "platform/signals.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -23,9 +22,8 @@
 
 namespace {
 
-constexpr std::size_t kCopyPiece = 1024;
-// The streams read and write this much at a time, so that small pieces cost no system calls.
-constexpr std::size_t kStreamBuffer = std::size_t{128} * 1024;
+// What a copy reads and writes at a time: as much as its streams hold.
+constexpr std::size_t kCopyPiece = std::size_t{128} * 1024;
 
 CopyFailure copy_failure;
 
@@ -56,7 +54,7 @@ std::optional<int> settled_without_copying(const char* source, const char* dest)
 // Copies until the end of `in`; false as soon as less is written than was read or a signal is
 // noted.
 bool copy_stream(std::FILE* in, std::FILE* out) {
-    std::array<char, kCopyPiece> piece{};
+    static std::vector<char> piece(kCopyPiece);
     for (;;) {
         const std::size_t got = std::fread(piece.data(), 1, piece.size(), in);
         if ((got > 0 && std::fwrite(piece.data(), 1, got, out) < got) || noted_signal() != 0)
@@ -162,8 +160,8 @@ const CopyFailure& last_copy_failure() {
 int copyFile(const char* source, const char* dest) {
     if (const std::optional<int> settled = settled_without_copying(source, dest))
         return *settled;
-    static std::vector<char> in_buffer(kStreamBuffer);
-    static std::vector<char> out_buffer(kStreamBuffer);
+    static std::vector<char> in_buffer(kCopyPiece);
+    static std::vector<char> out_buffer(kCopyPiece);
     std::FILE* in = std::fopen(source, "r");
     if (in == nullptr)
         fail_copy(source, errno);
