@@ -46,7 +46,7 @@ bool has_archive(const std::string& payload) {
 
 // What is missing of a component, or an empty text.
 std::string missing_of(const std::string& root, const ComponentEntry& entry, std::string& place) {
-    const std::string out_of_reach = "it cannot be looked into here: see its mode";
+    const char* out_of_reach = "it cannot be looked into here: see its mode";
     place = joined_path(root, entry.name);
     if (kind_of(place) == FileKind::directory && !can_be_looked_into(place))
         return out_of_reach;

@@ -256,21 +256,32 @@ bool bootstrap_ends(Plan& plan) {
     say_cargo(plan);
 
     std::string reason;
-    if (free_space < *size << 10)
+    const char* step = "";
+    std::string component;
+    if (free_space < *size << 10) {
         reason = "there are " + std::to_string(free_space >> 10) + " of " + std::to_string(*size) +
                  " MB free";
+        step = "S_STEP_SPACE";
+        component = "BOOTSTRAP_SIZE";
+    }
     for (const Source& source : plan.shipment.sources) {
         if (reason.empty() && source.required && source.kind == Source::Kind::archives &&
-            !unpacks(source.from))
+            !unpacks(source.from)) {
             reason = source.what + " cannot be unpacked";
+            step = "S_STEP_UNPACKING";
+            component = source.what;
+        }
     }
     if (reason.empty() && plan.shipment.brings_runtime && !plan.command_line.bNoBootStrap &&
-        names_in(plan.cargo, "jre").empty())
+        names_in(plan.cargo, "jre").empty()) {
         reason = "the runtime brings nothing below jre/";
+        step = "S_STEP_RUNTIME";
+        component = kRuntime;
+    }
     if (reason.empty())
         return false;
     say_end("in the bootstrap (" + reason + ")", kFailed,
-            localised_text("S_BOOTSTRAP_FAILED", {plan.scratch, *size}));
+            localised_text("S_BOOTSTRAP_FAILED", {plan.scratch, localised_text(step), component}));
     return true;
 }
 
@@ -411,6 +422,10 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     const bool opened = open_catalogue_copies(plan.places.launcher_directory);
     std::string message = end_taking_down();
     if (!opened) {
+        // Once more where a launch looks: its words name the place, not that of the copies.
+        begin_taking_down();
+        nls_open(all.front().c_str());
+        message = end_taking_down();
         say_end("at once", kNoCatalogue, message);
         return;
     }

@@ -22,23 +22,22 @@ bool is_plain_file(const dirent&) {
 }
 #endif
 
-// Not every release of Solaris has it.
-#ifdef O_DIRECTORY
-constexpr int kDirectoryOnly = O_DIRECTORY;
-#else
-constexpr int kDirectoryOnly = 0;
-#endif
-
 } // namespace
 
 DIR* open_directory(const std::string& path) {
     if (directory_flags == 0)
         return opendir(path.c_str());
-    const int flags = O_RDONLY | kDirectoryOnly | O_NONBLOCK | O_CLOEXEC;
-    int descriptor = open(path.c_str(), flags | directory_flags);
+    // Without waiting: what bears the name may be a pipe.
+    int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | directory_flags);
     if (descriptor < 0 && errno == EPERM)
-        descriptor = open(path.c_str(), flags); // only the owner may ask for more
-    return descriptor < 0 ? nullptr : fdopendir(descriptor);
+        descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK); // only the owner may ask for more
+    if (descriptor < 0)
+        return nullptr;
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    DIR* directory = fdopendir(descriptor);
+    if (directory == nullptr)
+        close(descriptor);
+    return directory;
 }
 
 DirectoryEntries directory_entries(const std::string& path) {

@@ -93,7 +93,7 @@ MOMENTS = {
     "unzip": (make_unzip, {}),
     "copy": (CopyHome, pausing("chmod")),
     "before fork": (CopyHome, pausing("fork")),
-    "before exec": (CopyHome, pausing("execvp", "child")),
+    "before exec": (CopyHome, pausing("execv", "child")),
     "java": (make_java, {}),
     "removal": (CopyHome, pausing("unlink")),
 }
