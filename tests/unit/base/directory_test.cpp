@@ -43,6 +43,16 @@ TEST(DirectoryEntries, NamesEveryEntryButTheDirectoryItselfAndItsParent) {
               (std::vector<std::string>{"...", ".hidden", "dangling", "directory", "file"}));
 }
 
+TEST(DirectoryEntries, AreTheSameWithFurtherFlagsForTheOpening) {
+    const TemporaryDirectory directory;
+    directory.write("file", "x");
+    directory_flags = O_NOFOLLOW;
+    EXPECT_EQ(directory_entries(directory.path()).names, std::vector<std::string>{"file"});
+    EXPECT_FALSE(directory_entries(directory.file("file")).opened);
+    EXPECT_FALSE(directory_entries(directory.file("missing")).opened);
+    directory_flags = 0;
+}
+
 TEST(DirectoryEntries, KeepsTheOrderInWhichTheDirectoryListsThem) {
     const TemporaryDirectory here;
     for (int i = 0; i < 100; ++i)
