@@ -5,6 +5,7 @@
 #include "base/paths.h"
 #include "base/status.h"
 #include "base/text.h"
+#include "bootstrap/stage_layout.h"
 #include "bootstrap/tree.h"
 #include "cargo.h"
 #include "findings.h"
