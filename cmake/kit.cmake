@@ -18,7 +18,7 @@ install(PROGRAMS tools/build-stage tools/catalogue-text DESTINATION bin)
 install(PROGRAMS demo/make-home demo/make-jar demo/make-stage DESTINATION share/setupLauncher/demo)
 install(FILES demo/README.md DESTINATION share/setupLauncher/demo)
 install(DIRECTORY demo/src DESTINATION share/setupLauncher/demo)
-install(FILES README.md CHANGELOG.md DESTINATION share/doc/setupLauncher)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION share/doc/setupLauncher)
 install(DIRECTORY docs DESTINATION share/doc/setupLauncher PATTERN man EXCLUDE)
 
 set(CPACK_GENERATOR External)

@@ -394,7 +394,7 @@ int doBootStrap(const BootstrapInput& input) {
         copy_extra_directories(input);
     logBootStrapInformation(input.tempLoc);
     closeLog();
-    if (!has_room)
+    if (!has_room && noted_signal() == 0)
         complain_of_shortfall(input);
     return result;
 }

@@ -6,6 +6,7 @@
 #include "base/status.h"
 #include "bootstrap/tree_walk.h"
 #include "log/install_log.h"
+#include "log/reasons.h"
 #include "platform/child_process.h"
 #include "platform/signals.h"
 
@@ -16,7 +17,6 @@
 #include <optional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -221,6 +221,7 @@ int CopyJars(const std::string& source, const std::string& dest, const std::stri
     std::fflush(stdout);
     // What the operator has set for his own unzip would change what is unpacked here.
     const int status = run_shell_command(command, {"UNZIP", "UNZIPOPT"});
+    const int error = errno;
     setPermission(dest.c_str(), kUnpackedMode, 1);
     record("S_UNZIP_COMMANDLINE");
     writeToInstallLog(command);
@@ -228,12 +229,7 @@ int CopyJars(const std::string& source, const std::string& dest, const std::stri
         return kOk;
     if (noted_signal() != 0)
         return kFailed;
-    if (status != -1 && WIFSIGNALED(status)) {
-        const int number = WTERMSIG(status);
-        const std::string name = signal_name(number);
-        writeToInstallLog("\n" + english_text("S_COMMAND_SIGNALLED", {name, number, command}));
-        complain("S_COMMAND_SIGNALLED", name, number, command);
-    }
+    complain_of_command(command, status, error);
     if (!PathExists(source)) {
         record("S_UNZIP_FAILED", source);
         complain("S_UNZIP_FAILED", source);

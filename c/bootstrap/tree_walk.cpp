@@ -51,7 +51,7 @@ void read_entries(TreeWalk& walk) {
 void read_entries_again(TreeWalk& walk) {
     walk.stream = opendir(walk.directory_path.c_str());
     if (walk.stream == nullptr) {
-        walk.incomplete = true;
+        walk.incomplete = errno;
         walk.entries.clear();
         return;
     }

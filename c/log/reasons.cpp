@@ -1,9 +1,12 @@
 #include "log/reasons.h"
 
 #include "base/obstacle.h"
+#include "base/text.h"
 #include "log/install_log.h"
+#include "platform/signals.h"
 
 #include <cstring>
+#include <sys/wait.h>
 
 namespace {
 
@@ -34,4 +37,20 @@ void complain_of_place(const std::string& path, int error, const Need& need) {
         complain("S_REASON", path, std::strerror(error));
     else
         complain("S_REASON", obstacle.path, std::strerror(obstacle.error));
+}
+
+void complain_of_command(const std::string& command, int status, int error) {
+    if (noted_signal() != 0)
+        return;
+    const std::string words(trimmed(command));
+    if (status == -1) {
+        const char* reason = std::strerror(error);
+        writeToInstallLog("\n" + english_text("S_FORK_FAILED", {words, reason}));
+        complain("S_FORK_FAILED", words, reason);
+    } else if (WIFSIGNALED(status)) {
+        const int number = WTERMSIG(status);
+        const std::string name = signal_name(number);
+        writeToInstallLog("\n" + english_text("S_COMMAND_SIGNALLED", {name, number, command}));
+        complain("S_COMMAND_SIGNALLED", name, number, command);
+    }
 }

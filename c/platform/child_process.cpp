@@ -65,8 +65,9 @@ bool wait_for_child(int& status, pid_t child) {
             signal_came(); // what ended the child may have been sent to both of them
             return true;
         }
+        // What keeps the system from naming any child may leave it this one.
         if (ended < 0)
-            return false;
+            return waitpid(child, &status, 0) == child;
         if (ended == 0) {
             await_signal();
             hand_on_signals(child);
@@ -89,6 +90,8 @@ int run_shell_command(const std::string& command, std::initializer_list<const ch
     int status = -1;
     if (!wait_for_child(status, child))
         status = -1;
+    const int error = errno;
     let_signals_in();
+    errno = error;
     return status;
 }

@@ -21,5 +21,6 @@ bool wait_for_child(int& status, pid_t child);
 
 // Runs one simple command of the shell, redirections included, without the environment variables
 // `hidden`. The command takes the shell's place, so that a signal reaches it. The result is as
-// waitpid tells it, or -1 when there was no process to run it in or its end could not be learnt.
+// waitpid tells it, or -1 with the system's reason in errno when there was no process to run it in
+// or its end could not be learnt.
 int run_shell_command(const std::string& command, std::initializer_list<const char*> hidden = {});

@@ -37,7 +37,8 @@ void await_signal();
 void hand_on_signals(pid_t child);
 
 // Gives this process, a child that is about to become another program, the dispositions and the
-// mask that the launcher was given. Ends by what it was sent while the signals were held.
+// mask that the launcher was given; but SIGCHLD its default, without which the program could wait
+// for no child of its own. Ends by what it was sent while the signals were held.
 void give_signals_back();
 
 // Ends this process by signal `number`, so that its caller sees that; without a core file.

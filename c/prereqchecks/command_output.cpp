@@ -2,14 +2,14 @@
 
 #include "base/paths.h"
 #include "log/install_log.h"
+#include "log/reasons.h"
 #include "platform/child_process.h"
-#include "platform/signals.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -47,14 +47,9 @@ std::optional<std::string> GetCommandOutput(const std::string& command,
     unlink(file.c_str());
     std::fflush(stdout);
     const int status = run_shell_command(command + " > " + shell_word(file) + " 2>&1");
+    complain_of_command(command, status, errno);
     if (status == -1)
         return std::nullopt;
-    if (WIFSIGNALED(status) && noted_signal() == 0) {
-        const int number = WTERMSIG(status);
-        const std::string name = signal_name(number);
-        writeToInstallLog("\n" + english_text("S_COMMAND_SIGNALLED", {name, number, command}));
-        complain("S_COMMAND_SIGNALLED", name, number, command);
-    }
     return read_whole_file(file);
 }
 

@@ -92,7 +92,7 @@ int check_patches(const PrereqPhase& phase, const std::string& value, const std:
     const bool list_on_console =
         !value_in_version_sections(phase, kListPatchesKey).starts_with('F');
     const int result = CheckPatchesInstalled(value, "", phase.scratchLoc, list_on_console ? 1 : 0);
-    if (result != kCheckPassed && !phase.bRequired && failure.empty())
+    if (result != kCheckPassed && !phase.bRequired && failure.empty() && noted_signal() == 0)
         explain_optional_patches(phase, list_on_console);
     return result;
 }

@@ -72,6 +72,11 @@ void use_given_scratch(Launch& launch, bool have_current) {
     launch.scratch_place = scratch = launch.curDir + "/" + given;
 }
 
+// Whether a path of its own can begin at `at`: at the start, or behind what separates paths.
+bool begins_a_path(const std::string& text, std::size_t at) {
+    return at == 0 || std::string_view("=: \"").find(text[at - 1]) != std::string_view::npos;
+}
+
 // `text` with the scratch directory as it was given, wherever it stands as a path of its own.
 std::string with_given_scratch(const Launch& launch, std::string text) {
     const std::string& place = launch.scratch_place;
@@ -79,7 +84,8 @@ std::string with_given_scratch(const Launch& launch, std::string text) {
         return text;
     for (std::size_t at = text.find(place); at != std::string::npos; at = text.find(place, at)) {
         const std::size_t end = at + place.size();
-        if (end == text.size() || text[end] == '/' || text[end] == ':') {
+        if (begins_a_path(text, at) &&
+            (end == text.size() || text[end] == '/' || text[end] == ':')) {
             text.replace(at, place.size(), launch.given_scratch);
             at += launch.given_scratch.size();
         } else {

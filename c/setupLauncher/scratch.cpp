@@ -120,9 +120,12 @@ int GetCurrentDir(std::string& pt) {
 
 void removeMadeScratch() {
     if (!made_scratch.empty())
-        cleanupScratchPath(made_scratch);
+        cleanupScratchPath(std::string(made_scratch));
 }
 
 void cleanupScratchPath(const std::string& pPath) {
+    // From here on the name is free for another launch.
+    if (pPath == made_scratch)
+        made_scratch.clear();
     CopyDirRecursive(pPath.c_str(), nullptr);
 }

@@ -78,7 +78,7 @@ int start(const char* program, const std::vector<std::string>& arguments, const 
     if (launcher_state::_bDebug)
         write_flushed(log, english_text("S_FORK_RET", {child}));
     if (child < 0 && how.report_failure && noted_signal() == 0)
-        complain("S_FORK_FAILED", std::strerror(fork_error));
+        complain("S_FORK_FAILED", program, std::strerror(fork_error));
     if (child != 0) {
         const int result = how.sync ? wait_for_installer(child) : kOk;
         close_log(log);

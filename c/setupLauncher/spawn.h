@@ -15,10 +15,10 @@
 #include <vector>
 
 // Starts the first element of `pArgv` with the whole vector. Parent: 0 at once without `bSync`,
-// else the child's exit code (0 to 255), 255 when there is none to wait for, or -1 when a signal came
-// before the start; a message says that no process can be made. Child: -1 after two messages when the
-// program cannot be started. For a program in the scratch directory `scratch` they name another one as
-// a remedy.
+// else the child's exit code (0 to 255), 255 when there is none to wait for, or -1 when a signal
+// came before the start; a message says that no process can be made. Child: -1 after two messages
+// when the program cannot be started. For a program in the scratch directory `scratch` they name
+// another one as a remedy.
 int SpawnProcess(const std::vector<std::string>& pArgv, bool bSync,
                  const std::string& scratch = "");
 

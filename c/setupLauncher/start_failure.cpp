@@ -1,5 +1,6 @@
 #include "setupLauncher/start_failure.h"
 
+#include "base/directory.h"
 #include "base/obstacle.h"
 #include "log/install_log.h"
 #include "platform/program_file.h"
@@ -57,7 +58,7 @@ Cause cause_of_refusal(const std::string& path) {
     if (!mode_allows_execution(file))
         return {"S_START_NOT_EXECUTABLE", ""};
     const std::string runner = runner_named_by(path);
-    if (!runner.empty() && access(runner.c_str(), X_OK) != 0)
+    if (!runner.empty() && (is_directory(runner) || access(runner.c_str(), X_OK) != 0))
         return {"S_START_NO_RUNNER", runner};
     return {"S_START_NOEXEC", "", true, true};
 }

@@ -42,7 +42,8 @@ def test_the_kit_holds_launcher_catalogues_tools_sample_installer_pages_and_docu
                 "bin/build-stage", "bin/catalogue-text", "bin/check-stage",
                 DEMO + "make-home", DEMO + "make-jar", DEMO + "make-stage"}
     others = {"lib/setupLauncher/resource/cons.nls", DEMO + "README.md",
-              "share/doc/setupLauncher/README.md", "share/doc/setupLauncher/CHANGELOG.md"}
+              "share/doc/setupLauncher/README.md", "share/doc/setupLauncher/CHANGELOG.md",
+              "share/doc/setupLauncher/CONTRIBUTING.md"}
     others |= {f"lib/setupLauncher/resource/cons_{language}.nls" for language in languages}
     others |= {DEMO + "src/" + name for name in below("demo/src")}
     others |= {"share/doc/setupLauncher/docs/" + name for name in below("docs", without=["/man/"])}

@@ -185,6 +185,8 @@ __attribute__((constructor)) void begin() {
         if (std::strcmp(kNames[at], order("FAULT_FUNCTION")) == 0)
             function = at;
     }
+    if (function < 0 && *order("FAULT_FUNCTION") != '\0')
+        std::abort(); // a misspelt name must not pass for a call that never fails
     calls_left = std::atol(order("FAULT_CALL"));
     error_number = std::atoi(order("FAULT_ERRNO"));
     in_child = std::strcmp(order("FAULT_PROCESS"), "child") == 0;

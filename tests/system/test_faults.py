@@ -231,11 +231,14 @@ def test_an_unzip_that_cannot_be_started_ends_the_launch(stage):
 def test_a_fork_that_fails_is_told_of_by_a_launch_that_waits_and_by_one_that_does_not(stage):
     """As nobody waits for the installer in the second, its fate is not the launcher's status. The
     forks before it are those of unzip."""
-    told = en("S_FORK_FAILED", "Resource temporarily unavailable") + b"\n"
     faults = Faults(stage, "fork", errno.EAGAIN)
+
+    def told():
+        return en("S_FORK_FAILED", faults.scratch + "/jre/1.0/bin/java",
+                  "Resource temporarily unavailable") + b"\n"
     faults.call = UNZIPS
-    assert faults.run() and (faults.status, faults.stderr) == (FAILED, told)
+    assert faults.run() and (faults.status, faults.stderr) == (FAILED, told())
     stage.ini_raw(read_file(stage.ini_path).replace(b"WAIT_FOR_COMPLETION=TRUE\n", b""))
     faults.command.remove("-waitForCompletion")
     faults.call = UNZIPS
-    assert faults.run() and (faults.status, faults.stderr) == (0, told) and not faults.java_ran
+    assert faults.run() and (faults.status, faults.stderr) == (0, told()) and not faults.java_ran

@@ -86,6 +86,16 @@ def test_a_relative_scratch_directory_is_the_one_below_the_directory_of_the_call
     assert not any("/var/here" in argument for argument in record.argv[1:])
 
 
+def test_only_a_path_of_its_own_is_told_to_java_as_the_scratch_directory_was_given(home):
+    """A longer path that ends like the scratch directory is another one."""
+    inventory = "/var/here/var/here/given/inv"
+    os.makedirs(inventory)
+    os.makedirs("/var/here/given")
+    launch = runs(home.launch("-silent", "-rscratchPath", "given", "INVENTORY_LOCATION=" + inventory,
+                              cwd="/var/here"))
+    assert launch.record.properties["custom_inventory"] == inventory
+
+
 def test_a_relative_scratch_directory_of_a_home_without_bootstrap_goes_too(home):
     place_decoys()
     write_file("/var/here/given/mine", "mine")

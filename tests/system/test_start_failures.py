@@ -4,6 +4,7 @@ what to do."""
 
 import errno
 import os
+import re
 import resource
 
 import pytest
@@ -227,5 +228,16 @@ def test_a_process_that_cannot_be_made_is_told_of(home, wait, status):
     home.ini(BOOTSTRAP="TRUE", BOOTSTRAP_SIZE="1", WAIT_FOR_COMPLETION=wait)
     launch = home.launch("-silent", limits={resource.RLIMIT_NPROC: (0, 0)})
     launch.assert_status(status)
-    assert launch.stderr == told("S_FORK_FAILED", "Resource temporarily unavailable")
+    assert re.fullmatch(rb"\[en S_FORK_FAILED\|/tmp/TalInstall[^/|]*/jre/bin/java\|"
+                        rb"Resource temporarily unavailable\]\n\n", launch.stderr), launch.stderr
+    assert launch.record is None
+
+
+def test_an_unpacking_without_a_process_is_told_of(root_as_new):
+    del root_as_new
+    stage = Stage()
+    launch = stage.launch("-silent", "-waitForCompletion", limits={resource.RLIMIT_NPROC: (0, 0)})
+    launch.assert_status(FAILED)
+    assert launch.stderr.startswith(b"[en S_FORK_FAILED|" + os.fsencode(stage.dir) + b"/unzip -qqqo ")
+    assert b"|Resource temporarily unavailable]\n\n[en S_BOOTSTRAP_FAILED|" in launch.stderr
     assert launch.record is None

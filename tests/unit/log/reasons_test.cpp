@@ -1,8 +1,10 @@
 #include "log/reasons.h"
 
+#include "noted_signal.h"
 #include "unit_surroundings.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 namespace {
@@ -12,7 +14,10 @@ class Reasons : public testing::Test {
     static std::string told(const std::string& path, int error, const Need& need = {}) {
         return complained_by([&] { complain_of_place(path, error, need); });
     }
-    Catalogue catalogue{{"S_ROOM", "%s|%s|%lld|%s|%lld|%lld"}, {"S_REASON", "%s|%s"}};
+    Catalogue catalogue{{"S_ROOM", "%s|%s|%lld|%s|%lld|%lld"},
+                        {"S_REASON", "%s|%s"},
+                        {"S_FORK_FAILED", "no process: %s|%s"},
+                        {"S_COMMAND_SIGNALLED", "ended: %s|%d|%s"}};
     TemporaryDirectory here;
 };
 
@@ -53,4 +58,25 @@ TEST_F(Reasons, AnyOtherErrorIsToldInTheSystemsWordsForWhatStandsInTheWay) {
 
 TEST_F(Reasons, WithoutAnErrorNothingIsTold) {
     EXPECT_EQ(told(here.path(), 0), "");
+}
+
+TEST_F(Reasons, ACommandWithoutAProcessIsToldWithTheSystemsWords) {
+    EXPECT_EQ(complained_by([] { complain_of_command("/x/unzip a ", -1, EAGAIN); }),
+              "<no process: /x/unzip a|Resource temporarily unavailable>\n");
+}
+
+TEST_F(Reasons, ACommandThatASignalEndedIsToldWithTheSignal) {
+    EXPECT_EQ(complained_by([] { complain_of_command("/x/unzip a", SIGSEGV, 0); }),
+              "<ended: SIGSEGV|11|/x/unzip a>\n");
+}
+
+TEST_F(Reasons, NothingIsToldOfACommandThatEndedByItself) {
+    for (const int exit_code : {0, 1, 255})
+        EXPECT_EQ(complained_by([&] { complain_of_command("/x", exit_code << 8, EAGAIN); }), "");
+}
+
+TEST_F(Reasons, NothingIsToldOfACommandOnceASignalIsNoted) {
+    const NotedSignal signal;
+    for (const int status : {-1, SIGSEGV})
+        EXPECT_EQ(complained_by([&] { complain_of_command("/x", status, EAGAIN); }), "");
 }

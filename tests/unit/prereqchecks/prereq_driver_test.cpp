@@ -1,18 +1,24 @@
 #include "prereqchecks/patch_check.h"
 #include "prereqchecks/prereq_fixture.h"
 
+#include "platform/signals.h"
+
 namespace {
 
 constexpr const char* kTooMuch = "1e18";
 
 // Every check of the launcher fails with the same number, so one check stands in here.
 int result_of_patches = 0;
+// And a signal may come while it runs.
+bool signal_comes = false;
 
 } // namespace
 
 // Found before the launcher's own.
 int CheckPatchesInstalled(const std::string& /*value*/, const std::string& /*version*/,
                           const std::string& /*scratchLoc*/, int /*bLogToConsole*/) {
+    if (signal_comes)
+        kill(getpid(), SIGTERM);
     return result_of_patches;
 }
 
@@ -238,6 +244,21 @@ TEST_F(PrereqDriverTest, TheOptionalPhaseRunsAlsoWhenNoVersionMatched) {
     });
     EXPECT_EQ(all.out, shown("S_NO_PREQ_RUN") + failing_processor_on_console() +
                            shown("S_IGNORE_OPT_SYS_PREREQ") + "\n");
+}
+
+TEST_F(PrereqDriverTest, NothingIsExplainedOfPatchesThatASignalKeptFromBeingLookedFor) {
+    write_file("[Mine]\nPATCHES=1\n");
+    generic = required = false;
+    optBuffer = "Mine";
+    result_of_patches = 1;
+    EXPECT_EQ(run_phase(), 1);
+    EXPECT_NE(said.out, "");
+    note_signals();
+    signal_comes = true;
+    run_phase();
+    signal_comes = false;
+    forget_noted_signal();
+    EXPECT_EQ(said.out, "");
 }
 
 TEST_F(PrereqDriverTest, TheOptionalPhaseOfNoVersionPasses) {

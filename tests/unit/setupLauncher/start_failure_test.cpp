@@ -49,6 +49,8 @@ TEST_F(StartFailureTest, TellsAnInterpreterThatIsMissingOrRefused) {
     const std::string shell = make("shell", "x", 0644);
     const std::string refused = make("refused", "#!" + shell + "\n");
     EXPECT_EQ(told(refused, EACCES), line("S_START_NO_RUNNER", {refused, shell}, EACCES));
+    const std::string directory = make("directory", "#!/bin\n");
+    EXPECT_EQ(told(directory, EACCES), line("S_START_NO_RUNNER", {directory, "/bin"}, EACCES));
     const std::string missing = make("missing", "#! /no/such/shell -e\n");
     EXPECT_EQ(told(missing, ENOENT),
               line("S_START_NO_RUNNER", {missing, "/no/such/shell"}, ENOENT));
