@@ -148,11 +148,18 @@ def mark_problem(language, text):
     text = text.replace(LISTED_CHARACTERS, "")
     if "…" in text:
         return "three dots in one character"
+    if language == "ko" and re.search(r"[^\s?] \(", text):
+        return "the blank before a parenthesis"
     if re.search(r"\S\.\.\." if language == "de" else r"\s\.\.\.", text):
         return "the blank before three dots"
     before = r"\S" if language == "fr" else r"\s"
     found = re.search(before + r"[:;?!](?=\s|$)", text)
     return f"the blank before {found.group()[1:]!r}" if found else ""
+
+
+def particles_of_options(text):
+    """Names of options with a Korean letter right behind."""
+    return re.findall(r"(?<!\w)-[A-Za-z]+[가-힣]+", text)
 
 
 def likeness_problem(key, language, english, text):
@@ -182,6 +189,12 @@ def test_a_text_before_a_reason_ends_in_the_clause_that_the_reason_explains(lang
 def test_blanks_before_marks_are_those_of_the_language(language):
     wrong = [f"{language} {key}: {mark_problem(language, text)}: {text!r}"
              for key, _, text in translated(language) if mark_problem(language, text)]
+    assert_same("\n".join(wrong), "")
+
+
+def test_a_korean_particle_follows_no_name_of_an_option():
+    wrong = [f"{key}: {found!r}" for key, text in shipped("ko").items()
+             for found in particles_of_options(text)]
     assert_same("\n".join(wrong), "")
 
 
@@ -250,10 +263,19 @@ def test_a_wrong_end_before_a_reason_is_found(text, problem):
     ("fr", "Fichier : %s", ""), ("fr", "Fichier: %s", "the blank before ':'"),
     ("fr", "Oui?", "the blank before '?'"), ("fr", "http://x", ""),
     ("es", "Archivo : %s", "the blank before ':'"), ("es", "Archivo: %s", ""),
-    ("en", 'One of " * : < > ? |, at ten: yes', ""),
+    ("en", 'One of " * : < > ? |, at ten: yes', ""), ("en", "Signal %s (%d)", ""),
+    ("ko", "신호 %s (%d)", "the blank before a parenthesis"), ("ko", "신호 %s(%d)", ""),
 ])
 def test_a_wrong_blank_before_a_mark_is_found(language, text, problem):
     assert mark_problem(language, text) == problem
+
+
+@pytest.mark.parametrize("text, found", [
+    ("-paramFile로 기존 파일을", ["-paramFile로"]), ("-paramFile 옵션으로 기존 파일을", []),
+    ("-jreLoc 또는 -invPtrLoc와 다른", ["-invPtrLoc와"]), ("Control-D를 누르십시오", []),
+])
+def test_a_particle_behind_the_name_of_an_option_is_found(text, found):
+    assert particles_of_options(text) == found
 
 
 @pytest.mark.parametrize("english, text, problem", [
