@@ -50,6 +50,59 @@ int GetLine(std::string& line, std::FILE* file) {
     return result;
 }
 
+// `token` without white space at both ends; nothing else stays as it is.
+std::string_view trimmed_token(std::string_view token) {
+    const std::string_view text = trimmed(token);
+    return text.empty() ? token : text;
+}
+
+// Takes a token of `line` as GetToken does; `at` is what is unread.
+int take_token(std::string_view& token, std::size_t& at, std::string_view line, bool ignore_space) {
+    std::size_t start = at;
+    while (start < line.size() && is_white_space(line[start]))
+        ++start;
+    if (start >= line.size())
+        return -1;
+
+    std::size_t end = start;
+    if (line[start] == '"') {
+        ++start;
+        end = line.find('"', start);
+        if (end == std::string_view::npos) {
+            at = line.size();
+            return -1;
+        }
+    } else {
+        if (line[start] == '=')
+            return -1;
+        while (end < line.size() && line[end] != '=' &&
+               (ignore_space || !is_white_space(line[end])))
+            ++end;
+    }
+    // Exactly one character is stepped over: after "KEY " the value then starts with the "=", which
+    // makes it unusable.
+    at = end < line.size() ? end + 1 : end;
+    token = trimmed_token(line.substr(start, end - start));
+    return 0;
+}
+
+// A line and what it is. A header has no key.
+struct Line {
+    std::string_view text;
+    bool is_header = false;
+    bool has_key = false;
+    std::string_view key;
+    std::size_t value_at = 0; // what follows the key
+};
+
+Line line_of(std::string_view text) {
+    Line line;
+    line.text = text;
+    line.is_header = IsBlockHeader(line.text);
+    line.has_key = !line.is_header && take_token(line.key, line.value_at, text, false) == 0;
+    return line;
+}
+
 // What tells a file's bytes from those it had before and from every other file's.
 struct Version {
     dev_t device;
@@ -65,8 +118,8 @@ struct Version {
 struct KeptFile {
     bool reusable = false; // the version tells every change
     Version version{};
-    std::string text;              // its lines, one behind the other
-    std::vector<std::size_t> ends; // where each ends; the last is the one that the data ended in
+    std::string text;        // its lines, one behind the other
+    std::vector<Line> lines; // the last is the one that the data ended in
 };
 KeptFile kept_file;
 
@@ -95,9 +148,16 @@ bool keep(std::FILE* file) {
         return false;
     kept_file.version = *version;
     kept_file.text.clear();
-    kept_file.ends.clear();
-    for (int status = 0; status == 0; kept_file.ends.push_back(kept_file.text.size()))
+    kept_file.lines.clear();
+    std::vector<std::size_t> ends;
+    for (int status = 0; status == 0; ends.push_back(kept_file.text.size()))
         status = GetLine(kept_file.text, file);
+    std::size_t start = 0;
+    for (const std::size_t end : ends) {
+        kept_file.lines.push_back(
+            line_of(std::string_view(kept_file.text).substr(start, end - start)));
+        start = end;
+    }
     return true;
 }
 
@@ -109,58 +169,50 @@ struct Lines {
 };
 
 // `line` becomes the next line, as GetLine reads it; it holds until the next call.
-int next_line(std::string_view& line, Lines& lines) {
+int next_line(Line& line, Lines& lines) {
     if (lines.stream != nullptr) {
         lines.work.clear();
         const int status = GetLine(lines.work, lines.stream);
-        line = lines.work;
+        line = line_of(lines.work);
         return status;
     }
-    if (lines.next == kept_file.ends.size()) {
+    if (lines.next == kept_file.lines.size()) {
         line = {};
         return -1;
     }
-    const std::size_t start = lines.next == 0 ? 0 : kept_file.ends[lines.next - 1];
-    line = std::string_view(kept_file.text).substr(start, kept_file.ends[lines.next] - start);
-    return ++lines.next < kept_file.ends.size() ? 0 : -1;
+    line = kept_file.lines[lines.next];
+    return ++lines.next < kept_file.lines.size() ? 0 : -1;
 }
 
 // Reads on to just behind the header of `section`.
 bool find_section(Lines& lines, const char* section) {
     const std::string pattern = std::string("[") + section + "]";
-    std::string_view line;
+    Line line;
     for (int status = 0; status == 0;) {
         status = next_line(line, lines);
         // Compared from column 1: an indented header is a header, but never the wanted one. The
         // last line may end with the data and still be it.
-        if (IsBlockHeader(line) && line == pattern)
+        if (line.is_header && line.text == pattern)
             return true;
     }
     return false;
 }
 
-// The key of an entry line becomes the token: 0, or -1 for a header and a line without one.
-int take_key(std::string_view line, std::string& token) {
-    return IsBlockHeader(line) ? -1 : GetToken(std::string(line).c_str(), token, false);
-}
-
 // The value of `key` from where the lines stand; `fallback` when the section ends, a line has no
 // usable key, or the value is unusable.
-void read_value(Lines& lines, const char* key, const char* fallback, std::string& value) {
-    std::string_view line;
-    std::string token;
+void read_value(Lines& lines, std::string_view key, const char* fallback, std::string& value) {
+    Line line;
+    std::string_view token = fallback;
     for (int status = 0; status == 0;) {
         status = next_line(line, lines);
-        if (take_key(line, token) != 0)
+        if (!line.has_key)
             break;
-        if (token != key)
-            continue;
-        if (GetToken(nullptr, token, true) != 0)
+        if (line.key == key) {
+            take_token(token, line.value_at, line.text, true);
             break;
-        value = token;
-        return;
+        }
     }
-    value = fallback;
+    value = token;
 }
 
 } // namespace
@@ -181,15 +233,7 @@ bool IsBlockHeader(std::string_view& line) {
 }
 
 void TrimToken(std::string& Token) {
-    std::size_t first = 0;
-    while (first < Token.size() && is_white_space(Token[first]))
-        ++first;
-    if (first == Token.size())
-        return;
-    std::size_t end = Token.size();
-    while (is_white_space(Token[end - 1]))
-        --end;
-    Token = Token.substr(first, end - first);
+    Token = std::string(trimmed_token(Token));
 }
 
 int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace) {
@@ -197,33 +241,9 @@ int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace)
         line_in_work = psStrToBeParsed;
         psRemainingString = 0;
     }
-    const std::string& line = line_in_work;
-    std::size_t at = psRemainingString;
-    while (at < line.size() && is_white_space(line[at]))
-        ++at;
-    if (at >= line.size())
+    std::string_view taken;
+    if (take_token(taken, psRemainingString, line_in_work, bIgnoreSpace) != 0)
         return -1;
-
-    std::size_t end = at;
-    if (line[at] == '"') {
-        ++at;
-        end = line.find('"', at);
-        if (end == std::string::npos) {
-            psRemainingString = line.size();
-            return -1;
-        }
-    } else {
-        if (line[at] == '=')
-            return -1;
-        while (end < line.size() && line[end] != '=' &&
-               (bIgnoreSpace || !is_white_space(line[end])))
-            ++end;
-    }
-    std::string taken = line.substr(at, end - at);
-    // Exactly one character is stepped over: after "KEY " the value then starts with the "=", which
-    // makes it unusable.
-    psRemainingString = end < line.size() ? end + 1 : end;
-    TrimToken(taken);
     token = taken;
     return 0;
 }
@@ -263,14 +283,13 @@ int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVar
     Lines lines{pFile, 0, {}};
     if (pSection != nullptr)
         return find_section(lines, pSection) ? 0 : -1;
-    std::string_view line;
+    Line line;
     next_line(line, lines);
-    std::string token;
-    if (take_key(line, token) != 0)
+    if (!line.has_key)
         return -1;
-    pVarName = token;
-    if (GetToken(nullptr, token, true) != 0)
-        token.clear();
-    pValue = token;
+    std::string_view value;
+    take_token(value, line.value_at, line.text, true);
+    pVarName = line.key;
+    pValue = value;
     return 0;
 }

@@ -61,6 +61,34 @@ TEST_F(KeptFile, IsReadOnceForManyLookups) {
     EXPECT_EQ(openings, 1);
 }
 
+TEST_F(KeptFile, AnswersEveryLookupByTheRulesOfAFileJustRead) {
+    const std::string file =
+        here.write("ini", "[Quoted]\n\"A B\"value of A B=no\n\"A\"=1\n \" KEY \" \"x=y\" z\nKEY=2\n"
+                          "[Blanks]\nKEY =1\n  OTHER\t \"a=b\"\n LAST=\n"
+                          "[Header] x\nKEY=no\n[Header]\r\nKEY=1\r\n [Indented]\nKEY=no\n"
+                          "[Short]\n  [s]\nKEY=no\n"
+                          "[Broken]\nFIRST=1\n=x\nKEY=no\n[Open]\nFIRST=1\n\"KEY\nKEY=no\n"
+                          "[Again]\nKEY=\nKEY=no\n[Again]\nOTHER=no\n[End]\nLAST=a=b");
+    for (const bool was_read : {false, true}) {
+        EXPECT_EQ(value(file, "A B", "Quoted"), "value of A B") << was_read;
+        EXPECT_EQ(value(file, "A", "Quoted"), "default") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Quoted"), "x=y") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Blanks"), "default") << was_read;
+        EXPECT_EQ(value(file, "OTHER", "Blanks"), "a=b") << was_read;
+        EXPECT_EQ(value(file, "LAST", "Blanks"), "default") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Header"), "1") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Indented"), "before") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Short"), "default") << was_read;
+        EXPECT_EQ(value(file, "FIRST", "Broken"), "1") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Broken"), "default") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Open"), "default") << was_read;
+        EXPECT_EQ(value(file, "KEY", "Again"), "default") << was_read;
+        EXPECT_EQ(value(file, "OTHER", "Again"), "default") << was_read;
+        EXPECT_EQ(value(file, "LAST", "End"), "a") << was_read;
+    }
+    EXPECT_EQ(openings, 1);
+}
+
 TEST_F(KeptFile, EndsWhereItsDataEnds) {
     for (const char* bytes : {"", "[S]", "[S]\n", "[S]\nOTHER=1", "[S]\n\xFFKEY=1\n"}) {
         const std::string file = here.write("ini", bytes);
