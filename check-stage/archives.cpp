@@ -7,32 +7,29 @@
 #include "unzip/archive.h"
 #include "unzip/attributes.h"
 #include "unzip/entry_data.h"
+#include "unzip/names.h"
+#include "unzip/plan.h"
 #include "unzip/status.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <unistd.h>
 
 namespace {
 
 constexpr mode_t kOwnFileMode = 0600;
+constexpr mode_t kNoMask = 0;
 // Entries of one archive of which a line each is said.
 constexpr std::size_t kMostLines = 20;
 // Larger files are not written to the own directory to look into them.
 constexpr std::uint64_t kMostExtracted = std::uint64_t{1} << 30;
 
-bool leads_outside(std::string_view name) {
-    if (name.starts_with('/') || name.starts_with('\\') || (name.size() > 1 && name[1] == ':'))
-        return true;
-    while (!name.empty()) {
-        const std::size_t end = std::min(name.find_first_of("/\\"), name.size());
-        if (name.substr(0, end) == "..")
-            return true;
-        name.remove_prefix(std::min(end + 1, name.size()));
-    }
-    return false;
-}
+// What no file system of the launcher's systems takes as one piece of a path.
+constexpr std::size_t kLongestPiece = 255;
+constexpr std::size_t kLongestTarget = 4095; // of a symbolic link, for the unpacker
+constexpr const char* kNowhere = "it is a symbolic link without a usable target";
 
 // The problems of one archive's entries; only so many get a line.
 struct EntryProblems {
@@ -60,47 +57,106 @@ std::string remedy_of(int status) {
     return "pack the archive anew";
 }
 
+bool has_long_piece(std::string_view name) {
+    for (std::size_t at = 0; at <= name.size();) {
+        const std::size_t end = std::min(name.find('/', at), name.size());
+        if (end - at > kLongestPiece)
+            return true;
+        at = end + 1;
+    }
+    return false;
+}
+
+// What the stage's unzip would say of entry number `i`, whose data is unpacked into `file`, or
+// nowhere when that is -1.
+ZipProblem outcome_of(Unpacker& unpacker, const ZipArchive& archive, const Plan& plan,
+                      std::size_t i, int file) {
+    const ZipEntry& entry = archive.entries[i];
+    const PlannedEntry& planned = plan.entries[i];
+    if (planned.status != kUnzipFine)
+        return {planned.status, planned.reason};
+    if (has_long_piece(planned_name(plan, i)))
+        return {kUnzipBroken, std::strerror(ENAMETOOLONG)};
+    if (planned.kind == EntryKind::kDirectory)
+        return {};
+    ZipProblem problem;
+    if (planned.kind == EntryKind::kLink && !planned.is_replaced) {
+        std::string target;
+        problem = unpack_text(target, unpacker, archive, entry, kLongestTarget);
+        if (problem.status == kUnzipFine &&
+            (target.empty() || target.find('\0') != std::string::npos))
+            problem = {kUnzipBroken, kNowhere};
+        return problem;
+    }
+    problem = unpack_entry(unpacker, archive, entry, file);
+    if (problem.status == kUnzipFine && planned.replaces_link && !planned.is_replaced)
+        problem = {kUnzipWarning, "it replaces a symbolic link"};
+    return problem;
+}
+
 bool open_archive_quietly(ZipArchive& archive, const std::string& path) {
     archive.file = open_quietly(path);
     return open_archive(archive, path);
 }
 
+// The files written to the own directory so far.
+std::size_t extracted_files = 0;
+
 // A descriptor of the file that a wanted entry is written to, or -1.
-int extraction_target(const ZipEntry& entry, std::string_view name, const Wanted& wanted,
-                      std::map<std::string, std::string>& at_hand) {
-    const std::string arriving = arriving_name(std::string(name));
-    if (!is_wanted(wanted, arriving) || entry.unpacked > kMostExtracted || own_directory().empty())
+int extraction_target(const ZipEntry& entry, EntryKind kind, const std::string& arriving,
+                      const Wanted& wanted, std::map<std::string, std::string>& at_hand) {
+    if (kind != EntryKind::kFile || !is_wanted(wanted, arriving))
         return -1;
-    const std::string file = own_directory() + "/file" + std::to_string(at_hand.size());
-    const auto target = at_hand.try_emplace(arriving, file).first;
-    return open(target->second.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kOwnFileMode);
+    // Whatever lay at hand under the name is not what arrives.
+    at_hand.erase(arriving);
+    if (entry.unpacked > kMostExtracted || own_directory().empty())
+        return -1;
+    const std::string path = own_directory() + "/file" + std::to_string(extracted_files++);
+    const int target = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnFileMode);
+    if (target >= 0)
+        at_hand[arriving] = path;
+    return target;
 }
 
-void check_data(const ZipArchive& archive, const ZipEntry& entry, std::string_view name,
-                Unpacker& unpacker, const Wanted& wanted,
-                std::map<std::string, std::string>& at_hand, EntryProblems& problems) {
-    if (entry.status != kUnzipFine) {
-        problems.add(name, std::string(entry.reason) + "; " + remedy_of(entry.status));
-        return;
-    }
-    const int target = extraction_target(entry, name, wanted, at_hand);
-    const ZipProblem problem = unpack_entry(unpacker, archive, entry, target);
+void look_into_entry(const ZipArchive& archive, const Plan& plan, std::size_t i, Unpacker& unpacker,
+                     const Wanted& wanted, std::map<std::string, std::string>& at_hand,
+                     EntryProblems& problems) {
+    const PlannedEntry& planned = plan.entries[i];
+    const std::string_view name = entry_name(archive, archive.entries[i]);
+    const std::string arriving(planned_name(plan, i));
+    const int target =
+        planned.status == kUnzipFine
+            ? extraction_target(archive.entries[i], planned.kind, arriving, wanted, at_hand)
+            : -1;
+    const ZipProblem problem = outcome_of(unpacker, archive, plan, i, target);
     if (target >= 0)
         close(target);
+    if (problem.status == kUnzipFine)
+        return;
+    if (target >= 0)
+        at_hand.erase(arriving);
     if (problem.status == kUnzipDiskFull)
         report_note(problems.archive, kNoLine,
                     "entry " + std::string(name) + " could not be looked into: " + problem.reason +
                         "; name a directory with more room in TMPDIR");
-    else if (problem.status != kUnzipFine)
-        problems.add(name, problem.reason + "; " + remedy_of(problem.status));
+    else
+        problems.add(name, problem.reason + "; " +
+                               (unsafe_name(name) != nullptr ? "pack it under another name"
+                                                             : remedy_of(problem.status)));
 }
 
-std::vector<ArchiveEntry> entries_of(const ZipArchive& archive) {
+// The entries that arrive, damaged ones among them: those are spoken of elsewhere.
+std::vector<ArchiveEntry> entries_of(const ZipArchive& archive, const Plan& plan) {
     std::vector<ArchiveEntry> entries;
     entries.reserve(archive.entries.size());
-    for (const ZipEntry& entry : archive.entries) {
-        entries.push_back({std::string(entry_name(archive, entry)), entry.unpacked, entry.crc,
-                           is_directory_entry(archive, entry)});
+    for (std::size_t i = 0; i < archive.entries.size(); ++i) {
+        const ZipEntry& entry = archive.entries[i];
+        const PlannedEntry& planned = plan.entries[i];
+        const bool is_refused = planned.status != entry.status;
+        if (!is_refused && unsafe_name(entry_name(archive, entry)) == nullptr)
+            entries.push_back({std::string(planned_name(plan, i)), entry.unpacked, entry.crc,
+                               planned.kind == EntryKind::kDirectory,
+                               planned.kind == EntryKind::kLink});
     }
     return entries;
 }
@@ -109,12 +165,6 @@ std::vector<ArchiveEntry> entries_of(const ZipArchive& archive) {
 
 bool is_wanted(const Wanted& wanted, const std::string& name) {
     return wanted.names.contains(name) || (!wanted.ending.empty() && name.ends_with(wanted.ending));
-}
-
-std::string arriving_name(const std::string& entry) {
-    std::string plain = std::filesystem::path(entry).lexically_normal();
-    NormalizeDir(plain);
-    return plain;
 }
 
 Archive check_archive(const std::string& path, const std::string& name, const Wanted& wanted,
@@ -133,20 +183,16 @@ Archive check_archive(const std::string& path, const std::string& name, const Wa
         report_error(name, kNoLine,
                      "the archive itself: " + archive.problem.reason + "; " +
                          remedy_of(archive.problem.status));
-    result.entries = entries_of(archive);
+    const Plan plan = plan_of(archive, kNoMask, false);
+    result.entries = entries_of(archive, plan);
     if (archive.entries.empty() && result.readable)
         report_error(name, kNoLine, "this archive is empty: put a sound one there");
 
     EntryProblems problems{name};
     Unpacker unpacker;
-    for (const ZipEntry& entry : archive.entries) {
+    for (std::size_t i = 0; i < archive.entries.size(); ++i) {
         give_way_to_signals();
-        const std::string_view entry_is = entry_name(archive, entry);
-        if (leads_outside(entry_is))
-            problems.add(entry_is, "its name leads outside of the scratch directory; pack it "
-                                   "with a name below that");
-        if (!is_directory_entry(archive, entry) || entry.status != kUnzipFine)
-            check_data(archive, entry, entry_is, unpacker, wanted, at_hand, problems);
+        look_into_entry(archive, plan, i, unpacker, wanted, at_hand, problems);
     }
     problems.close();
     close_archive(archive);
@@ -171,11 +217,10 @@ bool unpacks(const std::string& directory) {
     for (const std::string& path : paths) {
         ZipArchive archive;
         bool sound = open_archive_quietly(archive, path) && archive.problem.status == kUnzipFine;
-        for (const ZipEntry& entry : archive.entries) {
+        const Plan plan = plan_of(archive, kNoMask, false);
+        for (std::size_t i = 0; sound && i < archive.entries.size(); ++i) {
             give_way_to_signals();
-            sound = sound && entry.status == kUnzipFine &&
-                    !leads_outside(entry_name(archive, entry)) &&
-                    unpack_entry(unpacker, archive, entry, -1).status == kUnzipFine;
+            sound = outcome_of(unpacker, archive, plan, i, -1).status == kUnzipFine;
         }
         close_archive(archive);
         if (!sound)
@@ -192,7 +237,7 @@ Archive list_archive(const std::string& path) {
         return result;
     }
     result.readable = archive.problem.status == kUnzipFine;
-    result.entries = entries_of(archive);
+    result.entries = entries_of(archive, plan_of(archive, kNoMask, false));
     close_archive(archive);
     return result;
 }

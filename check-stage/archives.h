@@ -1,8 +1,9 @@
 // The archives of a stage: what is in them, and whether it comes out as it went in.
 //
 // Owns: reading an archive's directory, unpacking every entry in memory to hold it against its
-// checksum, and what is said about either. Leaves to others: which archives there are (shipment)
-// and what the entries mean for a launch.
+// checksum, and what is said about either. Which entries arrive is what the stage's unzip settles
+// (unzip/plan). Leaves to others: which archives there are (shipment) and what the entries mean for
+// a launch.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +13,16 @@
 #include <vector>
 
 struct ArchiveEntry {
-    std::string name;
+    std::string name;       // under which it arrives
     std::uint64_t size = 0; // unpacked
     std::uint32_t checksum = 0;
     bool is_directory = false;
+    bool is_link = false;
 };
 
 struct Archive {
     bool readable = false;             // its directory could be read
-    std::vector<ArchiveEntry> entries; // in the order of the archive
+    std::vector<ArchiveEntry> entries; // those that arrive, in the order of the archive
 };
 
 // The files that others look into: those of these names, and those whose names end so.
@@ -29,9 +31,6 @@ struct Wanted {
     std::string ending;
 };
 bool is_wanted(const Wanted& wanted, const std::string& name);
-
-// The name under which an entry arrives: without "." and "..", as far as those lead nowhere.
-std::string arriving_name(const std::string& entry);
 
 // Reads the archive at `path`, which findings call `name`, and unpacks every entry to nowhere. What
 // is wrong is reported. Wanted entries are written to files of the own directory, which `at_hand`

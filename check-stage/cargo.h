@@ -19,6 +19,7 @@ struct CargoFile {
     std::uint64_t size = 0;
     std::uint32_t checksum = 0; // of a file from an archive
     std::size_t origin = 0;     // its place in the list of origins
+    bool is_link = false;       // the archive has a symbolic link of that name
 };
 
 // An archive or a tree that files came from.
@@ -30,12 +31,13 @@ struct Origin {
 };
 
 struct Cargo {
-    std::map<std::string, CargoFile> files; // by their names below the scratch directory
-    std::set<std::string> directories;
+    std::map<std::string, CargoFile> files;         // by their names below the scratch directory
+    std::map<std::string, std::size_t> directories; // and the origin that brings each first
     std::vector<Origin> origins;
     std::vector<std::uint64_t> unpacked;        // bytes by source, before anything is overwritten
     std::map<std::string, std::string> at_hand; // files that can be looked into: name and path
-    bool complete = true;                       // false when something could not be read
+    std::set<std::size_t> hindered; // sources whose files cannot arrive for those of others
+    bool complete = true;           // false when something could not be read
 };
 
 // Reads everything that `shipment` brings. With `thorough` every archive is checked and every

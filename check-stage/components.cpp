@@ -1,5 +1,6 @@
 #include "components.h"
 
+#include "archives.h"
 #include "base/directory.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -39,9 +40,7 @@ std::string listed(const std::vector<std::string>& names) {
 }
 
 bool has_archive(const std::string& payload) {
-    const std::vector<std::string> names = directory_entries(payload).names;
-    return std::any_of(names.begin(), names.end(),
-                       [](const std::string& name) { return name.ends_with(".jar"); });
+    return !archives_in(payload).empty();
 }
 
 // What is missing of a component, or an empty text.

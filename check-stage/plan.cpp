@@ -220,6 +220,44 @@ void say_cargo(const Plan& plan) {
         std::to_string(megabytes_needed(plan.cargo)) + " MB on disk");
 }
 
+// Where a bootstrap fails, as the launch names it.
+struct BootstrapEnd {
+    std::string reason; // empty for one that goes well
+    const char* step = "";
+    std::string component;
+};
+
+// What ends the bootstrap at the source at place `at` of the shipment.
+BootstrapEnd end_at_source(const Plan& plan, std::size_t at) {
+    const Source& source = plan.shipment.sources[at];
+    if (!source.required || source.kind != Source::Kind::archives)
+        return {};
+    const bool is_runtime = plan.shipment.brings_runtime && at == plan.shipment.runtime_source;
+    if (is_runtime && plan.shipment.has_no_runtime)
+        return {"there is no runtime to bring", "S_STEP_RUNTIME", kRuntime};
+    // A launch speaks of the runtime, even where a kit stands in for it.
+    const std::string component = is_runtime ? kRuntime : source.what;
+    if (plan.cargo.hindered.contains(at) || !unpacks(source.from))
+        return {source.what + " cannot be unpacked", "S_STEP_UNPACKING", component};
+    if (is_runtime && names_in(plan.cargo, "jre").empty())
+        return {"the runtime brings nothing below jre/", "S_STEP_RUNTIME", kRuntime};
+    return {};
+}
+
+// `free_space` is in kilobytes, `size` in megabytes.
+BootstrapEnd end_of_bootstrap(const Plan& plan, long free_space, long size) {
+    if (free_space < size << 10)
+        return {"there are " + std::to_string(free_space >> 10) + " of " + std::to_string(size) +
+                    " MB free",
+                "S_STEP_SPACE", "BOOTSTRAP_SIZE"};
+    for (std::size_t at = 0; at < plan.shipment.sources.size(); ++at) {
+        BootstrapEnd end = end_at_source(plan, at);
+        if (!end.reason.empty())
+            return end;
+    }
+    return {};
+}
+
 // The bootstrap; true when the launch ends in it.
 bool bootstrap_ends(Plan& plan) {
     Settings& settings = plan.settings;
@@ -256,33 +294,12 @@ bool bootstrap_ends(Plan& plan) {
         say("brought by the launch: " + settings.jreDirLoc);
     say_cargo(plan);
 
-    std::string reason;
-    const char* step = "";
-    std::string component;
-    if (free_space < *size << 10) {
-        reason = "there are " + std::to_string(free_space >> 10) + " of " + std::to_string(*size) +
-                 " MB free";
-        step = "S_STEP_SPACE";
-        component = "BOOTSTRAP_SIZE";
-    }
-    for (const Source& source : plan.shipment.sources) {
-        if (reason.empty() && source.required && source.kind == Source::Kind::archives &&
-            !unpacks(source.from)) {
-            reason = source.what + " cannot be unpacked";
-            step = "S_STEP_UNPACKING";
-            component = source.what;
-        }
-    }
-    if (reason.empty() && plan.shipment.brings_runtime && !plan.command_line.bNoBootStrap &&
-        names_in(plan.cargo, "jre").empty()) {
-        reason = "the runtime brings nothing below jre/";
-        step = "S_STEP_RUNTIME";
-        component = kRuntime;
-    }
-    if (reason.empty())
+    const BootstrapEnd end = end_of_bootstrap(plan, free_space, *size);
+    if (end.reason.empty())
         return false;
-    say_end("in the bootstrap (" + reason + ")", kFailed,
-            localised_text("S_BOOTSTRAP_FAILED", {plan.scratch, localised_text(step), component}));
+    say_end("in the bootstrap (" + end.reason + ")", kFailed,
+            localised_text("S_BOOTSTRAP_FAILED",
+                           {plan.scratch, localised_text(end.step), end.component}));
     return true;
 }
 

@@ -115,6 +115,7 @@ void take_runtime(Work& work) {
         }
     }
     work.shipment.brings_runtime = true;
+    work.shipment.runtime_source = work.shipment.sources.size();
     work.add_archives(work.shipment.runtime_is_kit ? kDevelopmentKit : kRuntime, settings.jreDirLoc,
                       true);
 }

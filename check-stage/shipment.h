@@ -30,7 +30,8 @@ struct Shipment {
     std::vector<Source> sources; // in the order in which they arrive
     bool has_no_runtime = false; // neither a runtime nor a kit is there to be brought
     bool runtime_is_kit = false;
-    bool brings_runtime = false; // as a component: its home is known once it is unpacked
+    bool brings_runtime = false;    // as a component: its home is known once it is unpacked
+    std::size_t runtime_source = 0; // that component's place among the sources
     // A runtime given beforehand overrides it when it is there after this many sources.
     std::size_t sources_before_given_runtime = 0;
 };

@@ -6,6 +6,7 @@ import zipfile
 
 import pytest
 
+from archives import Entry, archive_bytes, link
 from checked import (CleanHome, CleanStage, assert_found, installer_files, jar_bytes,
                      patch_tool_files, program)
 from harness import OPERATOR_HOME, ini_text, read_catalogue, read_file, write_catalogue, write_file
@@ -411,7 +412,49 @@ def with_entry(name):
     return change
 
 
+def with_entries(*entries, component=CORE):
+    def change(stage):
+        write_file(payload_of(stage, component), archive_bytes(entries))
+    return change
+
+
+CORE_JAR = "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/talvex.swd.zul.core.jar"
+ZUL_JAR = "stage/Components/talvex.swd.zul/1.0/1/DataFiles/talvex.swd.zul.jar"
+
 ARCHIVES = {
+    "a name with a control character": (with_entries(Entry(b"zul/a\nb", b"x")), [
+        f"{CORE_JAR}: error: entry zul/a\\nb: its name has a control character in it; pack it under "
+        "another name"]),
+    "a file through a link": (with_entries(link(b"zul/l", b"lib"), Entry(b"zul/l/x", b"x")), [
+        f"{CORE_JAR}: error: entry zul/l/x: its way leads through a symbolic link of the archive; pack "
+        "the archive anew"]),
+    "a file and a directory of one name": (with_entries(Entry(b"zul/x", b"x"), Entry(b"zul/x/y", b"x")), [
+        f"{CORE_JAR}: error: entry zul/x/y: its way leads through a file of the archive; pack the "
+        "archive anew"]),
+    "a name that is too long": (with_entries(Entry(b"zul/" + b"a" * 256, b"x")), [
+        f"{CORE_JAR}: error: entry zul/{'a' * 256}: File name too long; pack the archive anew"]),
+    "a link without a target": (with_entries(link(b"zul/l", b"")), [
+        f"{CORE_JAR}: error: entry zul/l: it is a symbolic link without a usable target; pack the archive "
+        "anew"]),
+    "a file that replaces a link": (with_entries(link(b"zul/l", b"lib"), Entry(b"zul/l", b"x")), [
+        f"{CORE_JAR}: error: entry zul/l: it replaces a symbolic link; pack the archive anew"]),
+    "a name that only looks like a drive": (with_entries(Entry(b"1:/x", b"x")), []),
+    "a name of the greatest length": (with_entries(Entry(b"zul/" + b"a" * 255, b"x")), []),
+    "a file where another component has a directory": (with_entries(Entry(b"zul/jlib", b"x")), [
+        f"{CORE_JAR}: error: it brings a file zul/jlib, where {ZUL_JAR} has brought a directory before: "
+        "ship only one of them"]),
+    "a directory where another component has a file": (
+        with_entries(Entry(b"zul/jlib/TalInstaller.jar/x", b"x"), Entry(b"zul/jlib/TalInstaller.jar/y", b"x")), [
+        f"{CORE_JAR}: error: it brings a directory zul/jlib/TalInstaller.jar, where {ZUL_JAR} has brought a "
+        "file before: ship only one of them"]),
+    "a file where another component has a link": (
+        lambda stage: (with_entries(link(b"zul/l", b"x"))(stage),
+                       write_file(stage.data_files(CORE) + "/z.jar",
+                                  archive_bytes([Entry(b"zul/l", b"x")]))), [
+        "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/z.jar: error: it brings a file zul/l, where "
+        f"{CORE_JAR} has brought a symbolic link before: ship only one of them"]),
+    "a directory that is called like an archive": (
+        lambda stage: os.mkdir(stage.data_files(CORE) + "/dir.jar"), []),
     "an archive that is none": (changed_archive(CORE, lambda content: b"hello"), [
         "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/talvex.swd.zul.core.jar: "
          "error: this archive cannot be opened: not a zip archive, or its end is missing; put "
@@ -440,16 +483,15 @@ ARCHIVES = {
          "error: entry zul/lib/README: it is encrypted; pack it without a password"]),
     "a name that leads outside": (with_entry("../../outside"), [
         "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/talvex.swd.zul.core.jar: "
-         "error: entry ../../outside: its name leads outside of the scratch directory; pack "
-         "it with a name below that"]),
+         "error: entry ../../outside: its name leads upwards; pack it under another name"]),
     "an absolute name": (with_entry("/etc/motd"), [
         "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/talvex.swd.zul.core.jar: "
-         "error: entry /etc/motd: its name leads outside of the scratch directory; pack it "
-         "with a name below that"]),
+         "error: entry /etc/motd: its name begins at the root directory; pack it under another "
+         "name"]),
     "a name with a drive": (with_entry("C:\\autoexec.bat"), [
         "stage/Components/talvex.swd.zul.core/1.0/1/DataFiles/talvex.swd.zul.core.jar: "
-         "error: entry C:\\\\autoexec.bat: its name leads outside of the scratch directory; "
-         "pack it with a name below that"]),
+         "error: entry C:\\\\autoexec.bat: its name has a backslash in it; pack it under another "
+         "name"]),
 }
 
 # ---- prerequisites -------------------------------------------------------
@@ -656,3 +698,11 @@ def test_a_stage_with_one_fault_has_just_its_finding(stage, fault):
     change, findings = ALL[fault]
     change(stage)
     assert_found(stage.check(), *findings)
+
+
+def test_a_file_of_an_expanded_tree_stays_when_an_archive_brings_it_too(stage):
+    content = jar_bytes({"x": "other"})
+    path = write_file(stage.data_files(CORE) + "/Expanded/zul/jlib/TalInstaller.jar", content)
+    stage.component(CORE, "1.0", {"zul/jlib/TalInstaller.jar": installer_files()["TalInstaller.jar"]})
+    stage.check()
+    assert read_file(path) == content

@@ -213,8 +213,7 @@ def test_eight_faults_at_once_are_all_found(stage):
         "jar that holds it, or correct the name",
         "install/unzip: error: this program is 64-bit SPARC for Linux, the launcher 64-bit x86-64 for "
         "Linux: put the unpacker of the launcher's system there",
-        f"{core}: error: entry ../x: its name leads outside of the scratch directory; pack it with a "
-        "name below that",
+        f"{core}: error: entry ../x: its name leads upwards; pack it under another name",
         f"{ini}:4: warning: BOOTSTRAP_SIZE is \"x\", which counts as 0: write a whole number and "
         "nothing else",
         f"{ini}:4: warning: BOOTSTRAP_SIZE is 0, but a launch brings 1 MB to its scratch directory: "

@@ -8,6 +8,7 @@ import subprocess
 
 import pytest
 
+from archives import Entry, archive_bytes, link
 from checked import CleanStage, check, everything_of
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP, Home, assert_same,
                      read_file, set_inventory, tool, write_file)
@@ -174,6 +175,8 @@ LAUNCHES = {
         stage(lambda place: spoil(place.data_files(CORE, "1.7.0.0.0") + f"/{CORE}.jar")), []),
     "a stage whose core has no archive": (
         stage(lambda place: os.unlink(place.data_files(CORE, "1.7.0.0.0") + f"/{CORE}.jar")), []),
+    "a stage with a name that only looks like a drive": (
+        stage(lambda place: with_installer(Entry(b"1:/x", b"x"))(place)), []),
     "a stage without minimal core": (stage(lambda place: place.remove(MINIMAL)), []),
     "a stage with two versions": (
         stage(lambda place: place.component(ZUL, "1.10", {"zul/jlib/new.jar": b"x"}),
@@ -274,7 +277,32 @@ def cd_in_home(place):
     write_file(MOUNT_TABLE, "cd\t/home/cd\thsfs\tro\t0\n")
 
 
+def with_installer(*entries):
+    """A second archive of the installer with these entries, and the stage's own unzip to unpack it."""
+    def change(place):
+        os.unlink(place.dir + "/unzip")
+        shutil.copy(tool("STAGE_UNZIP"), place.dir + "/unzip")
+        write_file(place.data_files(ZUL, "1.7.0.0.0") + "/other.jar", archive_bytes(entries))
+    return change
+
+
 ENDS = {
+    "an installer with a backslash in a name": (
+        stage(with_installer(Entry(b"zul\\x", b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a control character in a name": (
+        stage(with_installer(Entry(b"zul/\x01", b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a way through a link": (
+        stage(with_installer(link(b"zul/l", b"jlib"), Entry(b"zul/l/x", b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a file and a directory of one name": (
+        stage(with_installer(Entry(b"zul/x", b"x"), Entry(b"zul/x/y", b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a name that is too long": (
+        stage(with_installer(Entry(b"zul/" + b"a" * 256, b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a link without a target": (
+        stage(with_installer(link(b"zul/l", b""))), [], {}, "in the bootstrap"),
+    "an installer with a file that replaces a link": (
+        stage(with_installer(link(b"zul/l", b"x"), Entry(b"zul/l", b"x"))), [], {}, "in the bootstrap"),
+    "an installer with a file where the runtime has a directory": (
+        stage(with_installer(Entry(b"jre", b"x"))), [], {}, "in the bootstrap"),
     "no catalogue": (
         home(lambda place: shutil.rmtree(place.resource)), [], {}, "at once"),
     "a misspelt pointer option": (
@@ -320,7 +348,15 @@ ENDS = {
         stage(lambda place: spoil(place.data_files(ZUL, "1.7.0.0.0") + f"/{ZUL}.jar")), [], {},
         "in the bootstrap"),
     "a stage without a runtime": (
-        stage(lambda place: place.remove(JRE), JRE_LOCATION="../nowhere"), [], {}, "in the bootstrap"),
+        stage(lambda place: place.remove(JRE), JRE_LOCATION="../nowhere"), [], {},
+        "in the bootstrap (there is no runtime to bring)"),
+    "a stage whose kit is broken": (
+        stage(lambda place: (with_kit(place), spoil(place.data_files(JDK, "1.0") + f"/{JDK}.jar")),
+              JRE_LOCATION="../nowhere"), [], {}, "in the bootstrap (talvex.jdk cannot be unpacked)"),
+    "a runtime without a home and a broken installer": (
+        stage(lambda place: (place.component(JRE, "1.0", {"x": b"x"}),
+                             spoil(place.data_files(ZUL, "1.7.0.0.0") + f"/{ZUL}.jar"))), [], {},
+        "in the bootstrap (the runtime brings nothing below jre/)"),
     "a runtime without a home": (
         stage(lambda place: place.component(JRE, "1.0", {"x": b"x"})), [], {}, "in the bootstrap"),
     "a relative Java home of a launch that leaves the stage": (
