@@ -13,6 +13,19 @@ bool is_there(const std::string& path) {
     return stat(path.c_str(), &found) == 0;
 }
 
+bool is_directory(const std::string& path) {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+// Directories are not meant by a pattern that something else fits.
+void pass_over_directories(std::vector<std::string>& paths) {
+    std::vector<std::string> others = paths;
+    std::erase_if(others, is_directory);
+    if (!others.empty())
+        paths = others;
+}
+
 } // namespace
 
 bool has_wildcard(std::string_view argument) {
@@ -30,6 +43,7 @@ std::vector<std::string> archives_meant(const std::string& argument) {
                 found.push_back(directory + name);
         }
         std::sort(found.begin(), found.end());
+        pass_over_directories(found);
     }
     for (const char* ending : {"", ".zip", ".ZIP"}) {
         if (found.empty() && is_there(argument + ending))

@@ -8,8 +8,8 @@ import time
 
 import pytest
 
-from archives import (DEFLATED, ENCRYPTED, Entry, archive_bytes, deflated, link, ours, run_unzip,
-                      timed_tree, write_archive)
+from archives import (DEFLATED, ENCRYPTED, USUAL, Entry, archive_bytes, deflated, link, ours,
+                      run_unzip, timed_tree, write_archive)
 from harness import read_file, write_file
 
 DEST = "/tmp/place/dest"
@@ -283,10 +283,26 @@ def test_what_bears_the_name_of_an_archive_and_is_no_file_is_never_waited_for():
         "unzip: /tmp/jars/closed.jar: Permission denied",
         "unzip: /tmp/jars/dangling.jar: No such file or directory",
         "unzip: /tmp/jars/device.jar: not a regular file",
-        "unzip: /tmp/jars/directory.jar: not a regular file",
         "unzip: /tmp/jars/fifo.jar: not a regular file"]
     assert done.returncode == 9
     assert os.listdir(DEST) == ["before"]
+
+
+def test_a_directory_that_fits_a_pattern_is_passed_over_unless_nothing_else_fits():
+    os.makedirs("/tmp/jars/b.jar")
+    os.symlink("b.jar", "/tmp/jars/c.jar")
+    write_archive(JAR, [BEFORE])
+    for program in (USUAL, ours()):
+        done = run_unzip(program, "-qqqo", "/tmp/jars/*.jar", "-d", DEST)
+        assert (done.returncode, done.stdout, done.stderr) == (0, b"", b"")
+    assert os.listdir(DEST) == ["before"]
+    for pattern in ("/tmp/jars/b.*", "/tmp/jars/b.jar"):
+        assert run_unzip(USUAL, "-qqqo", pattern, "-d", DEST).returncode == 9
+        done = run_unzip(ours(), "-qqqo", pattern, "-d", DEST)
+        assert (done.returncode, done.stderr) == (9, b"unzip: /tmp/jars/b.jar: not a regular file\n")
+    done = run_unzip(ours(), "-qqqo", "/tmp/jars/[bc].jar", "-d", DEST)
+    assert (done.returncode, done.stderr) == (9, b"unzip: /tmp/jars/b.jar: not a regular file\n"
+                                                 b"unzip: /tmp/jars/c.jar: not a regular file\n")
 
 
 def test_a_pipe_in_the_place_of_a_file_or_a_directory_is_not_written_to():
