@@ -52,16 +52,17 @@ std::string take_letters(UnzipCommand& command, std::size_t& next, const std::st
 
 std::string read_command_line(UnzipCommand& command, const std::vector<std::string>& arguments) {
     bool has_archive = false;
+    std::string alone; // the word that wants no name beside it
     if (arguments.empty())
         command.task = UnzipTask::kHelp;
     for (std::size_t next = 0; next < arguments.size();) {
         const std::string& word = arguments[next++];
         std::string wrong;
-        if (word == "--help" || word == "--version") {
-            command.task = word == "--help" ? UnzipTask::kHelp : UnzipTask::kVersion;
-            return "";
-        }
-        if (word.starts_with("--"))
+        if (word.empty())
+            wrong = "an empty word names nothing; see unzip --help";
+        else if (word == "--help" || word == "--version")
+            alone = word;
+        else if (word.starts_with("--"))
             wrong = "the option " + word + " is not known; see unzip --help";
         else if (word.size() > 1 && word.starts_with('-') &&
                  (!has_archive || word.starts_with("-d")))
@@ -75,7 +76,13 @@ std::string read_command_line(UnzipCommand& command, const std::vector<std::stri
         if (!wrong.empty())
             return wrong;
     }
-    if (!has_archive && command.task != UnzipTask::kHelp)
+    if (!alone.empty() && has_archive)
+        return command.archive + " is one name too many: " + alone + " takes none";
+    if (!alone.empty() && command.has_destination)
+        return "the option -d is one too many: " + alone + " takes none";
+    if (!alone.empty())
+        command.task = alone == "--help" ? UnzipTask::kHelp : UnzipTask::kVersion;
+    else if (!has_archive && command.task != UnzipTask::kHelp)
         return "no archive is named; see unzip --help";
     return "";
 }

@@ -72,7 +72,14 @@ def test_without_d_the_current_directory_takes_everything():
     (["-o", JAR, "-d", ""], "the option -d needs the directory to unpack into"),
     (["-d", "a", "-d", "b", JAR], "the option -d is given twice"),
     (["-o"], "no archive is named; see unzip --help"),
-    (["-o", ""], "no archive is named; see unzip --help"),
+    (["-o", ""], "an empty word names nothing; see unzip --help"),
+    (["", JAR], "an empty word names nothing; see unzip --help"),
+    ([JAR, "", "-d", "a"], "an empty word names nothing; see unzip --help"),
+    (["--help", JAR], JAR + " is one name too many: --help takes none"),
+    ([JAR, "--version"], JAR + " is one name too many: --version takes none"),
+    (["--version", "-d", "a"], "the option -d is one too many: --version takes none"),
+    (["--help", "-x"], "the option -x is not known; see unzip --help"),
+    (["--help", ""], "an empty word names nothing; see unzip --help"),
 ])
 def test_anything_else_is_refused_in_one_line_with_10(arguments, said):
     os.makedirs(DEST)
@@ -89,7 +96,7 @@ def test_checking_and_listing_unpack_nothing_and_say_that_d_is_not_looked_at(opt
     assert not os.path.exists(DEST)
 
 
-@pytest.mark.parametrize("arguments", [["-h"], ["--help"], [], ["-oh", JAR], ["-q", "--help", "-x"]])
+@pytest.mark.parametrize("arguments", [["-h"], ["--help"], [], ["-oh", JAR], ["-q", "--help", "-t"]])
 def test_help_goes_to_standard_output(arguments):
     done = run_unzip(ours(), *arguments)
     assert (done.returncode, done.stderr) == (0, b"")
