@@ -85,7 +85,7 @@ bool read_parameter_file(Inspection& inspection) {
 void check_without_settings(Inspection& inspection) {
     const Places& places = inspection.places;
     inspection.is_stage = inspection.bootstraps = !places.components.empty();
-    inspection.launcher = check_program_files(places, inspection.is_stage);
+    inspection.launcher = check_program_files(places, inspection.is_stage, inspection.is_stage);
     check_catalogues(inspection);
     std::map<std::string, std::string> nothing;
     TreeWalk walk = walk_over(places.components);
@@ -206,7 +206,8 @@ void inspect(const std::string& directory) {
     read_default_settings(inspection);
     check_setting_values(inspection);
     check_prerequisites(inspection);
-    inspection.launcher = check_program_files(places, inspection.is_stage && inspection.bootstraps);
+    inspection.launcher = check_program_files(places, inspection.is_stage,
+                                              inspection.is_stage && inspection.bootstraps);
     check_catalogues(inspection);
 
     Settings after = inspection.settings;

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "bootstrap/stage_layout.h"
 #include "bootstrap/tree.h"
+#include "bootstrap/tree_walk.h"
 #include "cargo.h"
 #include "findings.h"
 #include "forecast.h"
@@ -227,11 +228,33 @@ struct BootstrapEnd {
     std::string component;
 };
 
+// Whether every file of the tree at `root` can be read by this user. Directories that cannot are
+// left out by a launch without a word.
+bool can_be_copied(const std::string& root) {
+    TreeWalk walk = walk_over(root);
+    bool readable = true;
+    while (readable && next_step(walk)) {
+        give_way_to_signals();
+        if (walk.step != WalkStep::kFile)
+            continue;
+        const std::string path = entry_path(walk);
+        // Pipes and devices are passed over.
+        readable = kind_of(path) == FileKind::other || access(path.c_str(), R_OK) == 0;
+    }
+    end_walk(walk);
+    return readable && walk.incomplete == 0;
+}
+
 // What ends the bootstrap at the source at place `at` of the shipment.
 BootstrapEnd end_at_source(const Plan& plan, std::size_t at) {
     const Source& source = plan.shipment.sources[at];
-    if (!source.required || source.kind != Source::Kind::archives)
+    if (!source.required)
         return {};
+    if (source.kind == Source::Kind::tree) {
+        if (plan.cargo.hindered.contains(at) || !can_be_copied(source.from))
+            return {source.what + " cannot be copied", "S_STEP_COPYING", source.given};
+        return {};
+    }
     const bool is_runtime = plan.shipment.brings_runtime && at == plan.shipment.runtime_source;
     if (is_runtime && plan.shipment.has_no_runtime)
         return {"there is no runtime to bring", "S_STEP_RUNTIME", kRuntime};

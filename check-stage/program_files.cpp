@@ -32,14 +32,16 @@ std::string uncommon_libraries(const ElfFile& file) {
     return names;
 }
 
-// Everybody who launches has to be able to run it, whoever they are.
-bool all_may_run(const std::string& path) {
+// Whoever launches has to be able to run it: of a stage that may be anybody.
+bool users_may_run(const std::string& path, bool is_stage) {
     struct stat found {};
-    return stat(path.c_str(), &found) != 0 || (found.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+    const mode_t wanted = is_stage ? S_IXOTH : S_IXUSR | S_IXGRP | S_IXOTH;
+    return stat(path.c_str(), &found) != 0 || (found.st_mode & wanted) != 0;
 }
 
 // Looks at one program; what the file says of itself.
-ElfFile check_program(const Places& places, const char* program, const std::string& need) {
+ElfFile check_program(const Places& places, const char* program, const std::string& need,
+                      bool is_stage) {
     const std::string path = joined_path(places.launcher_directory, program);
     const std::string name = shown_name(places, path);
     const FileKind kind = kind_of(path);
@@ -53,13 +55,13 @@ ElfFile check_program(const Places& places, const char* program, const std::stri
     }
     std::string bytes;
     if (!read_quietly(bytes, path, kMostProgramBytes)) {
-        if (!all_may_run(path))
+        if (!users_may_run(path, is_stage))
             report_error(name, kNoLine, "the program is not executable: give it the mode 755");
         report_note(name, kNoLine,
                     std::string("the program could not be looked into: ") + std::strerror(errno));
         return {};
     }
-    if (!all_may_run(path))
+    if (!users_may_run(path, is_stage))
         report_error(name, kNoLine, "the program is not executable: give it the mode 755");
     ElfFile file = read_elf(bytes);
     if (bytes.empty())
@@ -90,13 +92,13 @@ void check_machine(const ElfFile& program, const ElfFile& launcher, const std::s
                      ": " + consequence);
 }
 
-ElfFile check_program_files(const Places& places, bool unpacks) {
-    ElfFile launcher = check_program(places, kLauncherName, "put the launcher there");
+ElfFile check_program_files(const Places& places, bool is_stage, bool unpacks) {
+    ElfFile launcher = check_program(places, kLauncherName, "put the launcher there", is_stage);
     if (!unpacks)
         return launcher;
-    const ElfFile unpacker =
-        check_program(places, kUnpackerName,
-                      "put the unpacker beside the launcher, or no component can be unpacked");
+    const ElfFile unpacker = check_program(
+        places, kUnpackerName,
+        "put the unpacker beside the launcher, or no component can be unpacked", is_stage);
     check_machine(unpacker, launcher,
                   shown_name(places, joined_path(places.launcher_directory, kUnpackerName)),
                   "put the unpacker of the launcher's system there");

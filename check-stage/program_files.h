@@ -9,7 +9,7 @@
 
 // Reports what is wrong with the launcher and, when a launch unpacks anything, with the unpacker.
 // The launcher's own description comes back: everything else has to fit it.
-ElfFile check_program_files(const Places& places, bool unpacks);
+ElfFile check_program_files(const Places& places, bool is_stage, bool unpacks);
 
 // Reports a program that is for another machine or system than the launcher; `name` is how findings
 // call it and `consequence` what comes of it.

@@ -44,7 +44,8 @@ struct Work {
              const std::string& to, bool required) {
         if (kind == Source::Kind::archives && command_line.bNoBootStrap)
             return;
-        shipment.sources.push_back({kind, what, absolute(from), to, required, PathExists(from)});
+        shipment.sources.push_back(
+            {kind, what, absolute(from), from, to, required, PathExists(from)});
     }
 
     void add_archives(const std::string& what, const std::string& from, bool required) {
@@ -53,7 +54,7 @@ struct Work {
 
     // Copies a tree when there is one, and points the location at it.
     void take_tree(const std::string& what, std::string& location, const std::string& to) {
-        add(Source::Kind::tree, what, location, to, false);
+        add(Source::Kind::tree, what, location, to, true);
         location = joined_path(settings.scratchLoc, to);
     }
 
@@ -204,10 +205,10 @@ Shipment shipment_of(Settings& settings, const CommandLine& command_line,
         go_to(settings.startupLoc);
 
     if (!settings.access.empty() && !command_line.bNoBootStrap)
-        work.add(Source::Kind::tree, "ACCESS_DIR", settings.access, "", false);
+        work.add(Source::Kind::tree, "ACCESS_DIR", settings.access, "", true);
     if (!settings.prereqConfigLoc.empty()) {
         work.add(Source::Kind::tree, "PREREQ_CONFIG_LOCATION", settings.prereqConfigLoc, "prereq",
-                 false);
+                 true);
         settings.prereqConfigLoc = joined_path(settings.scratchLoc, "prereq");
     }
     take_extras(work);

@@ -21,8 +21,9 @@ struct Source {
     Kind kind = Kind::archives;
     std::string what;      // "talvex.swd.zul", "images"...
     std::string from;      // absolute
+    std::string given;     // as a launch names it
     std::string to;        // below the scratch directory; empty for itself
-    bool required = false; // a launch ends when it cannot be brought
+    bool required = false; // a launch ends when what is there of it cannot be brought
     bool is_there = false;
 };
 

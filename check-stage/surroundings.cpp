@@ -6,6 +6,7 @@
 #include "quiet_files.h"
 #include "setupLauncher/options.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -25,6 +26,7 @@ struct Walk {
     std::vector<std::string> pending; // directories that are still to be looked at
     std::set<std::string> needed;     // without these no launch gets far
     std::vector<std::string> brought; // directories of which everything is needed
+    std::vector<std::string> copied;  // those of them that are copied
     std::size_t unreadable = 0;
     std::size_t odd_links = 0;
 };
@@ -41,12 +43,15 @@ bool lies_in(const std::string& path, const std::string& directory) {
     return path == directory || path.starts_with(directory == "/" ? directory : directory + "/");
 }
 
+bool lies_in_one(const std::string& path, const std::vector<std::string>& directories) {
+    return std::any_of(directories.begin(), directories.end(),
+                       [&path](const std::string& directory) { return lies_in(path, directory); });
+}
+
 // Whether a launch needs `path` itself or something below it.
 bool is_needed(const Walk& walk, const std::string& path) {
-    for (const std::string& directory : walk.brought) {
-        if (lies_in(path, directory))
-            return true;
-    }
+    if (lies_in_one(path, walk.brought))
+        return true;
     const auto next = walk.needed.lower_bound(path);
     return next != walk.needed.end() && (*next == path || next->starts_with(path + "/"));
 }
@@ -67,12 +72,20 @@ void check_mode(Walk& walk, const std::string& path, const struct stat& found) {
 }
 
 void check_link(Walk& walk, const std::string& path) {
-    if (!walk.inspection.is_stage)
+    const bool ends_copy = kind_of(path) == FileKind::missing && lies_in_one(path, walk.copied);
+    if (!walk.inspection.is_stage && !ends_copy)
         return; // a home leads to the runtime that is installed beside it
     std::vector<char> target(PATH_MAX + 1);
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
     const std::string leads_to(target.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
     const std::string name = shown_name(walk.inspection.places, path);
+    if (ends_copy) {
+        report_error(name, kNoLine,
+                     "this link leads nowhere (" + leads_to +
+                         "), and the launch that copies it ends: put what it should lead to in its "
+                         "place");
+        return;
+    }
     std::vector<char> resolved(PATH_MAX + 1);
     std::string text;
     if (realpath(path.c_str(), resolved.data()) == nullptr) {
@@ -150,7 +163,7 @@ void check_path_of_launcher(const Inspection& inspection) {
 
 void check_surroundings(const Inspection& inspection, const Shipment& shipment) {
     const Places& places = inspection.places;
-    Walk walk{inspection, {}, {}, {}};
+    Walk walk{inspection, {}, {}, {}, {}};
     const auto need = [&](const std::string& path) {
         if (!path.empty())
             walk.needed.insert(absolute_path(places, path));
@@ -161,10 +174,14 @@ void check_surroundings(const Inspection& inspection, const Shipment& shipment) 
     if (inspection.bootstraps && inspection.is_stage)
         need(joined_path(places.launcher_directory, kUnpackerName));
     for (const Source& source : shipment.sources) {
-        if (source.kind == Source::Kind::archives) {
-            walk.brought.push_back(absolute_path(places, source.from));
-            need(source.from);
-        }
+        const bool is_copied = source.kind == Source::Kind::tree && source.required;
+        // A location that is not given leads to the launcher's own directory.
+        if (source.given.empty() || (source.kind != Source::Kind::archives && !is_copied))
+            continue;
+        walk.brought.push_back(absolute_path(places, source.from));
+        if (is_copied)
+            walk.copied.push_back(walk.brought.back());
+        need(source.from);
     }
     look_at(walk, places.directory);
     for (const std::string& apart : {places.components, places.parameter_file}) {

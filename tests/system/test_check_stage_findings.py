@@ -46,6 +46,12 @@ PROGRAMS = {
     "a launcher that is not executable": (
         lambda stage: os.chmod(stage.install + "/setupLauncher", 0o644), [
         "install/setupLauncher: error: the program is not executable: give it the mode 755"]),
+    "a launcher that only its owner may run": (
+        lambda stage: os.chmod(stage.install + "/setupLauncher", 0o744), [
+        "install/setupLauncher: error: the program is not executable: give it the mode 755"]),
+    "an unpacker that only its group may run, too": (
+        lambda stage: os.chmod(stage.install + "/unzip", 0o774), [
+        "install/unzip: error: the program is not executable: give it the mode 755"]),
     "an unpacker for another machine": (
         lambda stage: write_file(stage.install + "/unzip", program(machine=43)), [
         "install/unzip: error: this program is 64-bit SPARC for Linux, the launcher 64-bit "
@@ -649,7 +655,28 @@ CATALOGUES = {
 
 # ---- everything ----------------------------------------------------------
 
+def with_unreadable(name, **keys):
+    def change(stage):
+        stage.ini(**keys)
+        write_file(f"{stage.top}/{name}", "x", 0o000)
+    return change
+
+
 EVERYTHING = {
+    "an access file that nobody can read": (
+        with_unreadable("access/x", ACCESS_DIR="../access"), [
+        "access/x: error: ordinary users cannot read this file: give it the mode 644"]),
+    "a prerequisite file that nobody can read": (
+        with_unreadable("prereq/x", PREREQ_CONFIG_LOCATION="../prereq"), [
+        "prereq/x: error: ordinary users cannot read this file: give it the mode 644"]),
+    "an extension that nobody can read": (
+        with_unreadable("extra/x", EXT_LIB="../extra"), [
+        "extra/x: warning: ordinary users cannot read this file: give it the mode 644"]),
+    "an access file that is a link to nowhere": (
+        lambda stage: (stage.ini(ACCESS_DIR="../access"), os.mkdir(stage.top + "/access"),
+                       os.symlink("nowhere", stage.top + "/access/x")), [
+        "access/x: error: this link leads nowhere (nowhere), and the launch that copies it ends: put "
+        "what it should lead to in its place"]),
     "a file that others cannot read": (
         lambda stage: (write_file(stage.top + "/README", "x", 0o640)), [
         "README: warning: ordinary users cannot read this file: give it the mode 644"]),

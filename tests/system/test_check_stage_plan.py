@@ -347,6 +347,19 @@ ENDS = {
     "a stage whose installer is broken": (
         stage(lambda place: spoil(place.data_files(ZUL, "1.7.0.0.0") + f"/{ZUL}.jar")), [], {},
         "in the bootstrap"),
+    "an access file that cannot be read": (
+        stage(lambda place: write_file(place.top + "/access/x", "x", 0o000), ACCESS_DIR="../access"), [], {},
+        "in the bootstrap (ACCESS_DIR cannot be copied)"),
+    "a prerequisite file that cannot be read": (
+        stage(lambda place: write_file(place.top + "/prereq/x", "x", 0o000),
+              PREREQ_CONFIG_LOCATION="../prereq"), [], {},
+        "in the bootstrap (PREREQ_CONFIG_LOCATION cannot be copied)"),
+    "an access file that is a link to nowhere": (
+        stage(lambda place: (os.mkdir(place.top + "/access"), os.symlink("x", place.top + "/access/x")),
+              ACCESS_DIR="../access"), [], {}, "in the bootstrap (ACCESS_DIR cannot be copied)"),
+    "a copied runtime with a file that cannot be read": (
+        copy_home(lambda place: write_file(place.top + "/jdk/jre/lib/x", "x", 0o000)), [], {},
+        "in the bootstrap (JRE_LOCATION cannot be copied)"),
     "a stage without a runtime": (
         stage(lambda place: place.remove(JRE), JRE_LOCATION="../nowhere"), [], {},
         "in the bootstrap (there is no runtime to bring)"),
