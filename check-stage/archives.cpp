@@ -133,8 +133,11 @@ void look_into_entry(const ZipArchive& archive, const Plan& plan, std::size_t i,
         close(target);
     if (problem.status == kUnzipFine)
         return;
-    if (target >= 0)
+    if (target >= 0) {
+        // Half a file tells nothing, and takes room that others need.
+        unlink(at_hand[arriving].c_str());
         at_hand.erase(arriving);
+    }
     if (problem.status == kUnzipDiskFull)
         report_note(problems.archive, kNoLine,
                     "entry " + std::string(name) + " could not be looked into: " + problem.reason +

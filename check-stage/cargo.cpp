@@ -37,11 +37,13 @@ std::string path_of(const Origin& origin, const std::string& name) {
     return joined_path(origin.path, origin.to.empty() ? name : name.substr(origin.to.size() + 1));
 }
 
-bool same_bytes(const std::string& one, const std::string& other) {
+// Whether two files are known to hold other bytes.
+bool differ(const std::string& one, const std::string& other) {
     std::string first;
     std::string second;
     constexpr std::size_t most = std::size_t{256} << 20;
-    return read_quietly(first, one, most) && read_quietly(second, other, most) && first == second;
+    return one != other && read_quietly(first, one, most) && read_quietly(second, other, most) &&
+           first != second;
 }
 
 // The checksum that archives keep: CRC-32, its polynomial with the lowest bit first.
@@ -56,20 +58,21 @@ std::uint32_t checksum_of(const std::string& bytes) {
     return ~sum;
 }
 
-bool same_contents(const Cargo& cargo, const std::string& name, const CargoFile& one,
-                   const CargoFile& other) {
+// What cannot be read is not said to differ.
+bool other_contents(const Cargo& cargo, const std::string& name, const CargoFile& one,
+                    const CargoFile& other) {
     if (one.size != other.size)
-        return false;
+        return true;
     const Origin& first = cargo.origins[one.origin];
     const Origin& second = cargo.origins[other.origin];
     if (first.is_archive && second.is_archive)
-        return one.checksum == other.checksum;
+        return one.checksum != other.checksum;
     if (!first.is_archive && !second.is_archive)
-        return same_bytes(path_of(first, name), path_of(second, name));
+        return differ(path_of(first, name), path_of(second, name));
     const bool first_is_file = !first.is_archive;
     std::string bytes;
     return read_quietly(bytes, path_of(first_is_file ? first : second, name), one.size + 1) &&
-           checksum_of(bytes) == (first_is_file ? other : one).checksum;
+           checksum_of(bytes) != (first_is_file ? other : one).checksum;
 }
 
 // Whether what comes from `origin` cannot be put where `name` has arrived as a file before; then
@@ -125,7 +128,7 @@ void add_file(Cargo& cargo, const std::string& name, const CargoFile& file, Conf
         before->second.is_link && !file.is_link && before->second.origin != file.origin;
     if (replaces_link && clashes(cargo, name, file.origin, "a file", conflicts))
         return;
-    if (before->second.origin != file.origin && !same_contents(cargo, name, before->second, file))
+    if (before->second.origin != file.origin && other_contents(cargo, name, before->second, file))
         conflicts.overwritten[{file.origin, before->second.origin}].push_back(name);
     before->second = file;
 }

@@ -11,7 +11,9 @@
 #include "quiet_files.h"
 #include "setupLauncher/environment.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,15 +48,18 @@ std::string nearest_existing(std::string path) {
     return path.empty() ? "/" : path;
 }
 
-bool open_catalogue_copies(const std::string& launcher_directory) {
+bool open_catalogue_copies(const std::string& launcher_directory, std::string& unwritable) {
     const std::string from = joined_path(launcher_directory, "resource");
     const std::string copies = joined_path(own_directory(), "resource");
     mkdir(copies.c_str(), kOwnDirectoryMode);
     for (const std::string& name : directory_entries(from).names) {
         std::string bytes;
         if (name.starts_with("cons") && name.ends_with(".nls") &&
-            read_quietly(bytes, joined_path(from, name), kMostCatalogueBytes))
-            own_file("resource/" + name, bytes);
+            read_quietly(bytes, joined_path(from, name), kMostCatalogueBytes) &&
+            own_file("resource/" + name, bytes).empty()) {
+            unwritable = std::strerror(errno);
+            return false;
+        }
     }
     return nls_open(joined_path(own_directory(), kLauncherName).c_str()) == kOk;
 }

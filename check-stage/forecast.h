@@ -13,8 +13,9 @@ bool could_be_used(std::string path);
 std::string nearest_existing(std::string path);
 
 // Opens copies of the catalogues beside the launcher, since reading leaves traces. False, and said
-// on standard error, when a launch could open none.
-bool open_catalogue_copies(const std::string& launcher_directory);
+// on standard error, when a launch could open none; or when none can be copied, and `unwritable`
+// then says why.
+bool open_catalogue_copies(const std::string& launcher_directory, std::string& unwritable);
 
 // Where the install log of a launch with this scratch directory lies.
 std::string log_file(const std::string& scratch);

@@ -89,13 +89,22 @@ int main(int argc, char** argv) {
     read_directories_quietly();
     watch_for_signals();
     const int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int reason = errno;
     inspect(directory);
     print_findings();
-    if (plan && here >= 0 && fchdir(here) == 0)
+    const bool is_back = here >= 0 && fchdir(here) == 0;
+    if (plan && is_back)
         print_plan(directory, {arguments.begin() + 1, arguments.end()});
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         std::fprintf(stderr, "check-stage: the findings cannot be written: %s\n",
                      std::strerror(errno));
+        return kWrongCall;
+    }
+    if (plan && !is_back) {
+        std::fprintf(stderr,
+                     "check-stage: no plan: the current directory cannot be read: %s; call "
+                     "check-stage from another one\n",
+                     std::strerror(reason));
         return kWrongCall;
     }
     return error_count() == 0 ? kFine : kErrorsFound;

@@ -32,6 +32,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -66,6 +67,7 @@ struct Plan {
     bool uses_outside_runtime = false;
     int settings_status = kOk; // acted on only after the prerequisites
     std::string settings_message;
+    std::string unwritable; // why the own directory cannot be written to
 };
 
 // The path by which a caller would start the launcher of `directory`.
@@ -118,6 +120,8 @@ void find_parameter_file(Plan& plan) {
     read_quietly(bytes, plan.parameter_file, kMostParameterBytes);
     plan.lines = cut_into_lines(bytes);
     settings.paramFileLocation = own_file("plan.ini", bytes);
+    if (settings.paramFileLocation.empty())
+        plan.unwritable = std::strerror(errno);
 }
 
 // A directory of the checker's own stands for the scratch directory: the launcher's rooms may look
@@ -433,6 +437,12 @@ void plan_start(Plan& plan) {
     say_command(plan, command, waits);
 }
 
+// Without what the launcher's rooms read there, everything would have its default.
+void say_no_plan(const std::string& reason) {
+    say_headline("no plan: the temporary directory cannot be written to (" + reason +
+                 "); name another one in TMPDIR");
+}
+
 } // namespace
 
 void print_plan(const std::string& directory, const std::vector<std::string>& arguments) {
@@ -460,8 +470,13 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     plan.osVersion = getOSVersion();
     computeTimeStamp();
     begin_taking_down();
-    const bool opened = open_catalogue_copies(plan.places.launcher_directory);
+    std::string unwritable;
+    const bool opened = open_catalogue_copies(plan.places.launcher_directory, unwritable);
     std::string message = end_taking_down();
+    if (!unwritable.empty()) {
+        say_no_plan(unwritable);
+        return;
+    }
     if (!opened) {
         // Once more where a launch looks: its words name the place, not that of the copies.
         begin_taking_down();
@@ -489,6 +504,10 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     }
 
     read_all_settings(plan);
+    if (!plan.unwritable.empty()) {
+        say_no_plan(plan.unwritable);
+        return;
+    }
     say_launch(plan);
     Settings& settings = plan.settings;
     begin_taking_down();

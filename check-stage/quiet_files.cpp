@@ -130,11 +130,18 @@ std::string own_file(const std::string& name, const std::string& bytes) {
     std::FILE* file = std::fopen(path.c_str(), "wb");
     if (file == nullptr)
         return "";
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    return std::fclose(file) == 0 && written ? path : "";
+    bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    const int reason = errno;
+    if (std::fclose(file) == 0)
+        errno = reason;
+    else
+        written = false;
+    return written ? path : "";
 }
 
 void watch_for_signals() {
+    // Who no longer reads the findings ends no write early, so that nothing is left behind.
+    std::signal(SIGPIPE, SIG_IGN);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};
         // Who has them ignored wants to go on.

@@ -41,9 +41,11 @@ bool read_quietly(std::string& bytes, const std::string& path, std::size_t most)
 // ends. Empty when none can be made.
 const std::string& own_directory();
 
-// Writes `bytes` to file `name` of the own directory, and gives its path; empty when that fails.
+// Writes `bytes` to file `name` of the own directory, and gives its path; empty, with errno, when
+// that fails.
 std::string own_file(const std::string& name, const std::string& bytes);
 
-// From here on an interrupting signal ends the program at the next call of the second.
+// From here on an interrupting signal ends the program at the next call of the second, and a pipe
+// that nobody reads any more does not.
 void watch_for_signals();
 void give_way_to_signals();

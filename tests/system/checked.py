@@ -3,6 +3,7 @@
 import glob
 import os
 import re
+import resource
 import shutil
 import stat
 import struct
@@ -163,15 +164,21 @@ def env_changed(environment, changes):
     return changes if changes and "PATH" in changes else {**environment, **(changes or {})}
 
 
-def run_check(*arguments, cwd=OPERATOR_HOME, env=None):
+def run_check(*arguments, cwd=OPERATOR_HOME, env=None, **options):
     checker = tool("CHECK_STAGE")
     environment = {"PATH": "/usr/bin:/bin", "LANG": "C", "DISPLAY": "operator:0", "TEMP": "/tmp",
                    **sanitizer_environment(checker)}
     environment = env_changed(environment, env)
     done = subprocess.run([checker, *arguments], cwd=cwd, env=environment, capture_output=True,
-                          stdin=subprocess.DEVNULL, timeout=60, check=False)
+                          stdin=subprocess.DEVNULL, timeout=60, check=False, **options)
     assert_no_sanitizer_report(done.stdout, done.stderr)
     return done
+
+
+def no_file_above(size):
+    """Options of run_check with which no file gets larger, as on a full disk."""
+    return {"restore_signals": False,  # Python ignores the signal that would end the checker
+            "preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))}
 
 
 def check(directory, *arguments, plan=False, status=None, cwd=OPERATOR_HOME, env=None,

@@ -1,6 +1,7 @@
 """check-stage: stages and homes without a fault, the call, and what it leaves behind."""
 
 import os
+import random
 import shutil
 import signal
 import subprocess
@@ -8,7 +9,8 @@ import time
 
 import pytest
 
-from checked import CLEAN, CleanHome, CleanStage, assert_found, make_old, run_check
+from checked import (CLEAN, CleanHome, CleanStage, assert_found, installer_files, jar_bytes, make_old,
+                     no_file_above, run_check)
 from harness import OPERATOR_HOME, tool, write_file
 from stage import ZUL
 
@@ -120,6 +122,28 @@ def test_an_interrupted_check_dies_of_the_signal_and_leaves_nothing(stage):
         check_stage.send_signal(signal.SIGTERM)
         assert check_stage.wait(20) == -signal.SIGTERM
     assert os.listdir("/tmp") == []
+
+
+def test_findings_that_nobody_reads_leave_nothing_behind(stage):
+    reader, writer = os.pipe()
+    os.close(reader)
+    with subprocess.Popen([tool("CHECK_STAGE"), stage.top], stdout=writer, stderr=subprocess.PIPE) as checker:
+        os.close(writer)
+        said = checker.communicate(timeout=20)[1]
+    assert said == b"check-stage: the findings cannot be written: Broken pipe\n"
+    assert checker.returncode == 2
+    assert os.listdir("/tmp") == []
+
+
+def test_a_jar_that_finds_no_room_is_not_called_unreadable(stage):
+    large = jar_bytes({"x": random.Random(1).randbytes(100_000)})
+    stage.component(ZUL, "1.0", {f"zul/jlib/{name}": content for name, content in
+                                 {**installer_files(), "SetupHelp.jar": large}.items()})
+    done = run_check(stage.top, **no_file_above(50_000))
+    assert_found(done.stdout.decode().splitlines(),
+                 f"stage/Components/{ZUL}/1.0/1/DataFiles/{ZUL}.jar: note: entry zul/jlib/SetupHelp.jar "
+                 "could not be looked into: File too large; name a directory with more room in TMPDIR")
+    assert (done.returncode, done.stderr) == (0, b"")
 
 
 def test_an_empty_directory_is_no_stage(root_as_new):

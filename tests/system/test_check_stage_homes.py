@@ -52,6 +52,9 @@ def copied(change=None, **keys):
 
 HOMES = {
     "a home that copies, without a fault": (copied(), []),
+    "a copied tree, named twice, with a file that cannot be read": (
+        copied(lambda made: write_file(made.top + "/trees/zul/lib/x", "x", 0o000)), [
+        "trees/zul/lib/x: error: ordinary users cannot read this file: give it the mode 644"]),
     "no Java location": (home(JRE_LOCATION=None), [
         "talui/bin/talparam.ini: error: no Java runtime is known, and every launch ends: "
          "write the runtime's home as JRE_LOCATION"]),

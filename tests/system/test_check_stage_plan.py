@@ -9,7 +9,7 @@ import subprocess
 import pytest
 
 from archives import Entry, archive_bytes, link
-from checked import CleanStage, check, everything_of
+from checked import CleanStage, check, everything_of, no_file_above, run_check
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP, Home, assert_same,
                      read_file, set_inventory, tool, write_file)
 from stage import COMPONENTS, CORE, JDK, JRE, MINIMAL, TESSEL, ZUL, CopyHome, Stage, java_program
@@ -476,6 +476,25 @@ def test_without_a_temporary_directory_there_is_no_plan(root_as_new):
     del root_as_new
     lines = CleanStage().check(plan=True, env={"TMPDIR": "/nowhere"})
     assert lines[-1] == "no plan: no temporary directory can be made; name one in TMPDIR"
+
+
+def test_without_room_for_a_copy_of_the_settings_there_is_no_plan(root_as_new):
+    del root_as_new
+    done = run_check("--plan", CleanStage().top, **no_file_above(1))
+    assert done.stdout.decode().splitlines()[-1] == (
+        "no plan: the temporary directory cannot be written to (File too large); name another one in TMPDIR")
+    assert "DISTRIBUTION" not in done.stdout.decode()
+
+
+def test_from_a_directory_that_cannot_be_read_there_is_no_plan(root_as_new):
+    del root_as_new
+    os.makedirs("/tmp/closed")
+    os.chmod("/tmp/closed", 0o311)
+    done = run_check("--plan", CleanStage().top, cwd="/tmp/closed")
+    assert done.stdout == b"0 errors, 0 warnings, 0 notes\n"
+    assert done.stderr == (b"check-stage: no plan: the current directory cannot be read: Permission denied; "
+                           b"call check-stage from another one\n")
+    assert done.returncode == 2
 
 
 def test_the_operators_answer_is_left_open(root_as_new):
