@@ -97,7 +97,7 @@ const char* const kHelpText =
     "\n"
     "  -o  replace files that are there; without it they are left as they are\n"
     "  -d  the directory to unpack into; it is made when only its last part is missing\n"
-    "  -t  check the archive and unpack nothing\n"
+    "  -t  check the archive and what would be refused of it, and unpack nothing\n"
     "  -l  list the archive\n"
     "  -q  list nothing of what is done (-qq: no headings either); failures are always told\n"
     "\n"

@@ -148,15 +148,20 @@ ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std:
     return problem;
 }
 
+ZipProblem read_target(std::string& target, const Work& work, Unpacker& unpacker, std::uint32_t i) {
+    const ZipProblem problem =
+        unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
+    if (problem.status == 0 && (target.empty() || target.find('\0') != std::string::npos))
+        return {kUnzipBroken, "it is a symbolic link without a usable target"};
+    return problem;
+}
+
 // Reads the target of link number `i`, which is made when all files are there.
 ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     std::string target;
-    ZipProblem problem =
-        unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
+    const ZipProblem problem = read_target(target, work, unpacker, i);
     if (problem.status != 0)
         return problem;
-    if (target.empty() || target.find('\0') != std::string::npos)
-        return {kUnzipBroken, "it is a symbolic link without a usable target"};
     if (lists_entries(work))
         std::printf(work.archive.entries[i].method == kZipStored ? "    linking: %-22s  -> %s \n"
                                                                  : "  inflating: %-22s  -> %s \n",
@@ -166,12 +171,25 @@ ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     return {};
 }
 
+// Checks an entry that a later one of the name replaces.
+ZipProblem check_replaced(const Work& work, Unpacker& unpacker, std::uint32_t i) {
+    list_file(work, i);
+    return unpack_entry(unpacker, work.archive, work.archive.entries[i], -1);
+}
+
+// Checks the data of an entry, and then whether it would be unpacked.
 ZipProblem check_only(const Work& work, Unpacker& unpacker, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
-    ZipProblem problem = unpack_entry(unpacker, work.archive, entry, -1);
-    if (!work.options.check_only)
-        list_file(work, i);
-    else if (problem.status == 0 && lists_entries(work))
+    const PlannedEntry& planned = work.plan.entries[i];
+    ZipProblem problem{entry.status, entry.reason == nullptr ? "" : entry.reason};
+    if (problem.status == 0)
+        problem = unpack_entry(unpacker, work.archive, entry, -1);
+    if (problem.status == 0 && planned.status != 0)
+        problem = {planned.status, planned.reason};
+    std::string target;
+    if (problem.status == 0 && planned.kind == EntryKind::kLink)
+        problem = read_target(target, work, unpacker, i);
+    if (problem.status == 0 && lists_entries(work))
         std::printf("    testing: %-22s   OK\n",
                     printable(entry_name(work.archive, entry)).c_str());
     return problem;
@@ -179,10 +197,12 @@ ZipProblem check_only(const Work& work, Unpacker& unpacker, std::uint32_t i) {
 
 ZipProblem work_on(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
     const PlannedEntry& planned = work.plan.entries[i];
+    if (work.options.check_only)
+        return check_only(work, unpacker, i);
     if (planned.status != 0)
         return {planned.status, planned.reason};
-    if (work.options.check_only || planned.is_replaced)
-        return check_only(work, unpacker, i);
+    if (planned.is_replaced)
+        return check_replaced(work, unpacker, i);
     if (planned.kind == EntryKind::kLink)
         return read_link(work, unpacker, i);
     if (planned.kind == EntryKind::kFile)
@@ -195,7 +215,7 @@ ZipProblem work_on(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uin
 
 void take_entry(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
-    const std::uint64_t wanted = work.plan.entries[i].status == 0 ? memory_needed(entry) : 0;
+    const std::uint64_t wanted = entry.status == 0 ? memory_needed(entry) : 0;
     const std::uint64_t memory = taken_memory(work, wanted);
     unpacker.in_pieces = memory < wanted;
     const ZipProblem problem = work_on(work, unpacker, last, i);
@@ -233,7 +253,7 @@ void arrange(Work& work) {
         // Where they are listed, one thread takes them all in their order.
         const bool is_short = lists_entries(work) || entries[i].unpacked <= kShort;
         (is_short ? work.short_ones : work.long_ones).push_back(i);
-        if (work.plan.entries[i].status == 0)
+        if (entries[i].status == 0)
             largest = std::max(largest, memory_needed(entries[i]));
     }
     work.memory_at_most = largest + kCommonMemory;
@@ -355,7 +375,7 @@ int told_status(const Work& work) {
 
 ExtractionResult extract_archive(std::atomic<std::uint64_t>& written, const ZipArchive& archive,
                                  const Destination& destination, const ExtractionOptions& options) {
-    const Plan plan = plan_of(archive, options.mask, options.check_only);
+    const Plan plan = plan_of(archive, options.mask);
     Work work{.archive = archive,
               .plan = plan,
               .destination = destination,

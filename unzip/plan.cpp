@@ -111,7 +111,7 @@ void settle_ways(Plan& plan, const std::vector<std::uint32_t>& order, bool files
 
 } // namespace
 
-Plan plan_of(const ZipArchive& archive, mode_t mask, bool checking) {
+Plan plan_of(const ZipArchive& archive, mode_t mask) {
     Plan plan;
     plan.entries.reserve(archive.entries.size());
     plan.names.reserve(archive.names.size());
@@ -119,13 +119,11 @@ Plan plan_of(const ZipArchive& archive, mode_t mask, bool checking) {
         PlannedEntry made = planned(archive, entry, mask);
         const std::string_view name = entry_name(archive, entry);
         const std::string plain = plain_name(name);
-        if (!checking) {
-            const char* reason = unsafe_name(name);
-            if (reason != nullptr)
-                refuse(made, reason);
-            else if (plain.empty() && made.kind != EntryKind::kDirectory)
-                refuse(made, "its name is that of a directory");
-        }
+        const char* reason = unsafe_name(name);
+        if (reason != nullptr)
+            refuse(made, reason);
+        else if (plain.empty() && made.kind != EntryKind::kDirectory)
+            refuse(made, "its name is that of a directory");
         made.name_at = plan.names.size();
         made.name_length = static_cast<std::uint16_t>(plain.size());
         plan.names += plain;
@@ -133,12 +131,10 @@ Plan plan_of(const ZipArchive& archive, mode_t mask, bool checking) {
             plan.bytes += entry.unpacked;
         plan.entries.push_back(made);
     }
-    if (!checking) {
-        const std::vector<std::uint32_t> order = by_name(plan);
-        settle_names(plan, order);
-        settle_ways(plan, order, true);
-        settle_ways(plan, order, false);
-    }
+    const std::vector<std::uint32_t> order = by_name(plan);
+    settle_names(plan, order);
+    settle_ways(plan, order, true);
+    settle_ways(plan, order, false);
     return plan;
 }
 

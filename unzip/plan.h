@@ -31,9 +31,8 @@ struct Plan {
     std::uint64_t bytes = 0; // of all entries that are to be unpacked or checked
 };
 
-// The plan of the archive; with `checking` no entry is in the way of another, and none has an
-// unsafe name.
-Plan plan_of(const ZipArchive& archive, mode_t mask, bool checking);
+// The plan of the archive.
+Plan plan_of(const ZipArchive& archive, mode_t mask);
 
 // The name of entry number `i` below the directory to unpack into, without a slash at its end;
 // empty for that directory.

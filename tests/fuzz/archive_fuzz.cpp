@@ -119,7 +119,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     command.task = UnzipTask::kList;
     run(command);
     command.task = UnzipTask::kTest;
-    require(run(command) == status_by_hand(command.archive), "both checks come to the same end");
+    const int checked = run(command);
+    const int by_hand = status_by_hand(command.archive);
+    require(checked == by_hand || (checked == kUnzipBroken && by_hand < kUnzipBroken),
+            "a check says all that the data says, and else what unpacking would refuse");
     command.task = UnzipTask::kUnpack;
     command.destination = top + "/dest";
     command.has_destination = true;

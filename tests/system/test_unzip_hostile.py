@@ -51,6 +51,13 @@ def assert_only(entries, said, status, rest=(b"before", b"behind"), options=("-q
     return done
 
 
+def assert_a_check_says(said, status):
+    done = run_unzip(ours(), "-tqq", JAR)
+    assert done.stderr.decode(errors="surrogateescape").splitlines() == [
+        f"unzip: {JAR}: {line}" for line in said]
+    assert (done.returncode, done.stdout) == (status, b"")
+
+
 UPWARDS, ROOTED = "its name leads upwards", "its name begins at the root directory"
 DRIVE, BACKSLASH = "its name begins with a drive letter", "its name has a backslash in it"
 CONTROL, EMPTY = "its name has a control character in it", "its name is empty"
@@ -82,6 +89,7 @@ CONTROL, EMPTY = "its name has a control character in it", "its name is empty"
 @pytest.mark.parametrize("options", [("-qqqo",), ("-o",)])
 def test_a_name_that_leads_elsewhere_is_refused(name, shown, reason, options):
     assert_only([Entry(name, b"harm")], [f"{shown}: {reason}"], 2, options=options)
+    assert_a_check_says([f"{shown}: {reason}"], 2)
 
 
 def test_a_long_name_is_refused_and_nothing_else(root_as_new):
@@ -110,6 +118,16 @@ def test_a_file_through_a_link_of_the_archive_is_refused():
                  "out/new: its way leads through a symbolic link of the archive"], 2,
                 rest=(b"before", b"behind", b"out"))
     assert os.readlink(DEST + "/out") == OUTSIDE
+    assert_a_check_says(["out/secret: its way leads through a symbolic link of the archive",
+                         "out/new: its way leads through a symbolic link of the archive"], 2)
+
+
+def test_a_check_of_a_refused_entry_says_first_what_is_wrong_with_its_data():
+    write_archive(JAR, [BEFORE, Entry(b"../x", b"data", crc=1), Entry(b"/y", b"data", method=12),
+                        Entry(b"../z", b"data")])
+    assert_a_check_says(["../x: bad CRC adf3f363 (should be 00000001)",
+                         "/y: it is packed with a method that is not known here",
+                         "../z: its name leads upwards"], 81)
 
 
 def test_a_file_through_a_link_in_a_linked_directory_is_refused():
@@ -168,6 +186,7 @@ def test_without_o_what_is_there_stays():
 def test_a_link_without_a_usable_target_is_refused(target):
     reason = "its text is too long" if len(target) > 4000 else "it is a symbolic link without a usable target"
     assert_only([link(b"odd", target)], [f"odd: {reason}"], 2)
+    assert_a_check_says([f"odd: {reason}"], 2)
 
 
 def test_a_file_in_the_place_of_a_directory_and_the_other_way_round_are_refused():
@@ -185,6 +204,10 @@ def test_a_file_in_the_place_of_a_directory_and_the_other_way_round_are_refused(
                 rest=(b"before", b"behind", b"a", b"c", b"e", b"f"))
     assert read_file(DEST + "/a") == b"1" and read_file(DEST + "/c/d") == b"3"
     assert os.path.isdir(DEST + "/e") and read_file(DEST + "/f") == b"6"
+    assert_a_check_says(["a/b: its way leads through a file of the archive",
+                         "c: the archive has a directory of that name before it",
+                         "e: the archive has a directory of that name before it",
+                         "f/: the archive has a file of that name before it"], 2)
 
 
 DISAGREE = "its own header and the archive's directory disagree"
