@@ -11,11 +11,12 @@ import sys
 import unicodedata
 
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, CleanRoot, Home, compile_locale,
-                     read_catalogue, recorder_as_java, set_inventory, tool, write_file)
+                     read_catalogue, recorder_as_java, set_inventory, tool, write_file,
+                     write_script)
 from prereq_texts import (CERTIFIED, GENERIC, MACHINE, OPENWIN_XDPYINFO, OPTIONAL, PKGINFO, PSRINFO,
                           REQUIRED, SHOWREV, XDPYINFO, certified_host, has_display,
                           has_packages, has_patches, has_processors, has_swap, missing, prints)
-from stage import JDK, JRE, ZUL, Stage
+from stage import CORE, JDK, JRE, ZUL, CopyHome, Stage, java_program
 
 COLUMNS = 80
 
@@ -34,9 +35,11 @@ LOCALES = {
 }
 
 END_OF_INPUT = "\x04"
+INTERRUPT = "\x03"
 
 # Asked in English whatever the language.
 UNCERTIFIED_QUESTION = "Do you want to continue? (y/n) [n]: "
+UNZIP_QUESTION = "Continue? (y/n/^C) "
 
 
 class Operator:
@@ -48,10 +51,14 @@ class Operator:
         suffix = "" if language == "en" else "_" + language
         self.texts = read_catalogue(f"{tool('CATALOGUES')}/cons{suffix}.nls")
 
+    @staticmethod
+    def use_catalogues(place):
+        place.use_shipped_catalogues()
+
     def sees(self, place, *arguments, answers=(), env=None, **more):
         """The screen of a launch; answers are (key of the question, or one that is
         no message, what is typed)."""
-        place.use_shipped_catalogues()
+        self.use_catalogues(place)
         terminal = place.terminal(*arguments, env={**self.variables, **(env or {})}, **more)
         for question, answer in answers:
             text = self.texts.get(question, question)
@@ -202,10 +209,98 @@ def home_of_another_kind(operator, **keys):
     return operator.sees(home, "-silent", "-jreLoc", home.jre)
 
 
-def java_is_no_program(operator):
+# ---- what cannot be started
+
+JAVA_HOME = OPERATOR_HOME + "/java"
+JAVA = JAVA_HOME + "/bin/java"
+
+
+def started_with(operator, java_home=JAVA_HOME):
+    return operator.sees(Home(), "-silent", "-jreLoc", java_home)
+
+
+def java_that_is(operator, content):
+    write_file(JAVA, content, 0o755)
+    return started_with(operator)
+
+
+def java_is_a_directory(operator):
+    os.makedirs(JAVA)
+    return started_with(operator)
+
+
+def java_is_not_executable(operator):
+    """The launcher helps where it may; here the file system is read-only."""
+    os.makedirs(JAVA_HOME + "/bin")
+    os.symlink("/readonly/file", JAVA)
+    return started_with(operator)
+
+
+def java_is_being_written(operator):
+    write_file(JAVA, java_program(), 0o755)
+    with open(JAVA, "r+b"):
+        return started_with(operator)
+
+
+def java_on_a_file_system_without_programs(operator):
+    write_file("/noexec/java/bin/java", java_program(), 0o755)
+    return started_with(operator, "/noexec/java")
+
+
+def no_more_processes(operator):
     home = Home()
-    os.unlink(home.jre + "/bin/java")
-    os.mkdir(home.jre + "/bin/java")
+    home.launcher = write_script(home.dir + "/caller",
+                                 f'exec prlimit --nproc=0:0 {home.launcher} "$@"\n')
+    return operator.sees(home, "-silent")
+
+
+# ---- what cannot be written
+
+def no_inode_for_the_temporary_directory(operator):
+    for number in range(os.statvfs("/fewfiles").f_favail):
+        write_file(f"/fewfiles/file{number}")
+    return operator.sees(Home(), "-silent", "-scratchPath", "/fewfiles/one/two/three")
+
+
+def no_room_to_unpack(operator, component=ZUL):
+    stage = stage_with(BOOTSTRAP_SIZE="0", BOOTSTRAP_COMPS=component)
+    stage.component(component, "1.7.0.0.0", {"zul/large": os.urandom(3 << 20)})
+    return operator.sees(stage, "-silent", env={"TEMP": "/small"},
+                         answers=[(UNZIP_QUESTION, "n\n")])
+
+
+def no_room_to_copy(operator):
+    home = CopyHome()
+    home.ini(BOOTSTRAP_SIZE="0")
+    write_file(home.trees + "/zul/large", bytes(3 << 20))
+    return operator.sees(home, "-silent", env={"TEMP": "/small"})
+
+
+def links_out_of_a_given_scratch_directory(operator):
+    given = OPERATOR_HOME + "/given"
+    os.mkdir(given)
+    os.symlink("/readonly/file", given + "/file")
+    os.symlink("/nowhere", given + "/lost")
+    return operator.sees(Stage(), "-silent", "-rscratchPath", given)
+
+
+# ---- what goes on without something, and what is ended
+
+def broken_core(operator):
+    stage = Stage()
+    write_file(f"{stage.data_files(CORE, '1.7.0.0.0')}/{CORE}.jar", "no archive")
+    return operator.sees(stage, "-silent")
+
+
+def pipe_in_a_copied_tree(operator):
+    home = CopyHome()
+    os.mkfifo(home.trees + "/zul/pipe")
+    return operator.sees(home, "-silent")
+
+
+def killed_command(operator):
+    home = checked_home((GENERIC, {"PACKAGES": "SUNWrcmds"}))
+    write_script(PKGINFO, "kill -KILL $$\n")
     return operator.sees(home, "-silent")
 
 
@@ -231,6 +326,9 @@ SITUATIONS = [
     ("prerequisites: failures with -ignoreSysPrereqs", lambda operator: operator.sees(
         checked_home((REQUIRED, WRONG_PROCESSOR), (OPTIONAL, {"PATCHES": "119999-01"})),
         "-ignoreSysPrereqs")),
+    ("prerequisites: missing recommended patches with -ignoreSysPrereqs",
+     lambda operator: operator.sees(checked_home((OPTIONAL, {"PATCHES": "119999-01"})),
+                                    "-ignoreSysPrereqs")),
     ("prerequisites: a failure with -silent", lambda operator: operator.sees(
         checked_home((GENERIC, WRONG_PROCESSOR)), "-silent")),
     ("prerequisites: only the checks", lambda operator: operator.sees(
@@ -260,6 +358,8 @@ SITUATIONS = [
         operator, "JRE", recorder_as_java(OPERATOR_HOME + "/java") + "\n")),
     ("question for a Java runtime: Control-D", lambda operator: prompt(
         operator, "JRE", END_OF_INPUT)),
+    ("question for a Java runtime: Control-C", lambda operator: prompt(
+        operator, "JRE", INTERRUPT)),
     ("question for a JRE", lambda operator: prompt(
         operator, "JRE_ONLY", END_OF_INPUT, USEJREONLY="TRUE")),
     ("question for a JDK", lambda operator: prompt(
@@ -271,7 +371,7 @@ SITUATIONS = [
     ("start with another parameter file than the one named", lambda operator: operator.sees(
         Home(), "-silent", "-paramFile", "/nowhere/my.ini")),
     ("start with a parameter file that cannot be read", unreadable_parameter_file),
-    ("failed start: wrong -invPtrLoc", lambda operator: operator.sees(Home(), "-invPtrLocX")),
+    ("failed start: wrong -invPtrLoc", lambda operator: operator.sees(Home(), "-invPtrLocX", "/a")),
     ("failed start: relative inventory", lambda operator: inventory_at(operator, "inventory")),
     ("failed start: inventory with odd characters", lambda operator: inventory_at(
         operator, OPERATOR_HOME + "/a*b")),
@@ -293,9 +393,43 @@ SITUATIONS = [
         operator, USEJREONLY="TRUE")),
     ("failed start: Java home that is none of a JDK", lambda operator: home_of_another_kind(
         operator, USEJDKONLY="TRUE")),
-    ("failed start: Java program that cannot be executed", java_is_no_program),
+    ("failed start: Java program that is a directory", java_is_a_directory),
+    ("failed start: Java program that is not executable", java_is_not_executable),
+    ("failed start: Java program that is none", lambda operator: java_that_is(operator, b"")),
+    ("failed start: script with a carriage return", lambda operator: java_that_is(
+        operator, b"#!/bin/sh\r\nexit 0\r\n")),
+    ("failed start: script without its interpreter", lambda operator: java_that_is(
+        operator, b"#!/no/such/shell\n")),
+    ("failed start: script that is its own interpreter", lambda operator: java_that_is(
+        operator, f"#!{JAVA}\n")),
+    ("failed start: Java program that is being written", java_is_being_written),
+    ("failed start: file system without programs", java_on_a_file_system_without_programs),
+    ("failed start: arguments that are too long", lambda operator: operator.sees(
+        home_with(JRE_MEMORY_OPTIONS="-X" + "y" * 150_000), "-silent")),
+    ("failed start: no more processes", no_more_processes),
+    ("bootstrap to a file system without programs", lambda operator: operator.sees(
+        Stage(), "-silent", env={"TEMP": "/noexec"})),
+
+    ("failed start: no inode for the temporary directory", no_inode_for_the_temporary_directory),
+    ("bootstrap that needs more than there is", lambda operator: operator.sees(
+        stage_with(BOOTSTRAP_SIZE="3"), "-silent", env={"TEMP": "/small"})),
+    ("bootstrap that fills a volume: unpacking", no_room_to_unpack),
+    ("bootstrap that fills a volume: copying", no_room_to_copy),
+    ("bootstrap that fills a volume: a component that is not needed",
+     lambda operator: no_room_to_unpack(operator, CORE)),
+    ("bootstrap to a file system that refuses writes", lambda operator: operator.sees(
+        stage_with(BOOTSTRAP_SIZE="0", BOOTSTRAP_COMPS=ZUL), "-silent", "-rscratchPath",
+        "/readonly")),
+    ("bootstrap to a directory with links that lead out of it",
+     links_out_of_a_given_scratch_directory),
+    ("bootstrap with a broken core", broken_core),
+    ("bootstrap of a tree with a pipe", pipe_in_a_copied_tree),
+
+    ("prerequisites: a command that a signal ends", killed_command),
     ("an installer that a signal ends", lambda operator: operator.sees(
         Home(), "-silent", java={"signal": 9})),
+    ("start with -debug and a path that leads nowhere", lambda operator: operator.sees(
+        Home(), "-debug", "-prereqChecker", "-silent", "PREREQ_CONFIG_LOCATION=/nowhere")),
     ("start with -debug", lambda operator: operator.sees(Home(), "-silent", "-debug")),
 ]
 
@@ -317,12 +451,12 @@ def wrapped(line):
     return lines
 
 
-def all_screens(language, clean_root):
+def all_screens(operator, clean_root):
     """(title, screen) of every situation, each in a root as new."""
     for title, situation in SITUATIONS:
         clean_root.restore()
         os.chdir(OPERATOR_HOME)
-        yield title, situation(Operator(language))
+        yield title, situation(operator)
     clean_root.restore()
 
 
@@ -338,7 +472,7 @@ def main(arguments):
         return 2
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager may be left early
     sys.stdout.reconfigure(encoding="utf-8")
-    for title, screen in all_screens(arguments[0], CleanRoot()):
+    for title, screen in all_screens(Operator(arguments[0]), CleanRoot()):
         show(title, screen)
     return 0
 
