@@ -186,7 +186,7 @@ Archive check_archive(const std::string& path, const std::string& name, const Wa
         report_error(name, kNoLine,
                      "the archive itself: " + archive.problem.reason + "; " +
                          remedy_of(archive.problem.status));
-    const Plan plan = plan_of(archive, kNoMask, false);
+    const Plan plan = plan_of(archive, kNoMask);
     result.entries = entries_of(archive, plan);
     if (archive.entries.empty() && result.readable)
         report_error(name, kNoLine, "this archive is empty: put a sound one there");
@@ -220,7 +220,7 @@ bool unpacks(const std::string& directory) {
     for (const std::string& path : paths) {
         ZipArchive archive;
         bool sound = open_archive_quietly(archive, path) && archive.problem.status == kUnzipFine;
-        const Plan plan = plan_of(archive, kNoMask, false);
+        const Plan plan = plan_of(archive, kNoMask);
         for (std::size_t i = 0; sound && i < archive.entries.size(); ++i) {
             give_way_to_signals();
             sound = outcome_of(unpacker, archive, plan, i, -1).status == kUnzipFine;
@@ -240,7 +240,7 @@ Archive list_archive(const std::string& path) {
         return result;
     }
     result.readable = archive.problem.status == kUnzipFine;
-    result.entries = entries_of(archive, plan_of(archive, kNoMask, false));
+    result.entries = entries_of(archive, plan_of(archive, kNoMask));
     close_archive(archive);
     return result;
 }
