@@ -181,7 +181,7 @@ void load_tree(Cargo& cargo, const Source& from, std::size_t source, const Wante
             cargo.at_hand[name] = path;
         add_file(cargo, name, file, conflicts);
     }
-    cargo.complete = cargo.complete && !walk.incomplete;
+    cargo.complete = cargo.complete && walk.incomplete == 0;
 }
 
 void report_clashes(const Cargo& cargo, const Places& places, const std::vector<Clash>& clashes) {
