@@ -217,6 +217,8 @@ void inspect(const std::string& directory) {
     const bool in_sight = places.components.empty() || can_be_looked_into(places.components);
     const bool all_there =
         in_sight && (!inspection.is_stage || check_components(inspection, shipment));
+    if (cargo.complete)
+        check_copied_locations(inspection, after);
     if (in_sight)
         check_runtime(inspection, after, shipment, cargo);
     if (all_there)

@@ -1,5 +1,6 @@
 #include "runtime.h"
 
+#include "archives.h"
 #include "base/directory.h"
 #include "base/launcher_state.h"
 #include "base/paths.h"
@@ -120,6 +121,11 @@ void check_program(const Inspection& inspection, const Settings& settings, const
             report_error(place, kNoLine,
                          "the runtime brings no " + joined_path(home, "bin/java") +
                              ", and every launch ends: pack a whole runtime");
+        else if (inspection.is_stage && !archives_in(inspection.settings.jreDirLoc).empty())
+            report_error(
+                place, inspection.line_of("BOOTSTRAP_COMPS"),
+                "BOOTSTRAP_COMPS does not name talvex.swd.jre, so a launch does not unpack "
+                "the runtime of JRE_LOCATION, and ends: add talvex.swd.jre to the list");
         else if (inspection.gives("JRE_LOCATION"))
             report_error(place, line,
                          "JRE_LOCATION leads to no Java runtime: there is no " +

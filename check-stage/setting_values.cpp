@@ -3,9 +3,11 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "findings.h"
+#include "quiet_files.h"
 #include "setupLauncher/decisions.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -134,4 +136,27 @@ void check_setting_values(const Inspection& inspection) {
     check_bootstrap_size_range(inspection);
     check_mask(inspection);
     check_disks(inspection);
+}
+
+void check_copied_locations(const Inspection& inspection, const Settings& after) {
+    if (!inspection.bootstraps)
+        return;
+    const Settings& settings = inspection.settings;
+    const std::pair<const char*, const std::string&> copied[] = {
+        {"ACCESS_DIR", settings.access},
+        {"PREREQ_CONFIG_LOCATION", settings.prereqConfigLoc},
+        {"EXT_JLIB", settings.extJlibString},
+        {"EXT_LIB", settings.extLibString},
+        {"EXT_BIN", settings.extBinString}};
+    for (const auto& [key, location] : copied) {
+        if (inspection.gives(key) && kind_of(location) == FileKind::missing)
+            report_warning(inspection.parameter_name, inspection.line_of(key),
+                           std::string(key) + " leads nowhere, and a launch copies nothing from " +
+                               location + ": correct it, or remove the line");
+    }
+    if (inspection.gives("JRE_SCRATCH_LOC") && after.jreDirLoc != after.jreFullLoc)
+        report_warning(inspection.parameter_name, inspection.line_of("JRE_SCRATCH_LOC"),
+                       "JRE_SCRATCH_LOC has no effect: nothing lies there in the scratch directory "
+                       "when the runtime is looked for; list the component that brings it in "
+                       "BOOTSTRAP_COMPS, or remove the line");
 }

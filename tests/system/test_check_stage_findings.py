@@ -663,6 +663,30 @@ def with_unreadable(name, **keys):
 
 
 EVERYTHING = {
+    "an access directory that is not there": (
+        lambda stage: stage.ini(ACCESS_DIR="../access"), [
+        "install/talparam.ini:7: warning: ACCESS_DIR leads nowhere, and a launch copies nothing from "
+         "../access: correct it, or remove the line"]),
+    "an extension that is not there": (
+        lambda stage: stage.ini(EXT_LIB="/nowhere"), [
+        "install/talparam.ini:7: warning: EXT_LIB leads nowhere, and a launch copies nothing from "
+         "/nowhere: correct it, or remove the line"]),
+    "prerequisites that are not there": (
+        lambda stage: stage.ini(PREREQ_CONFIG_LOCATION="../prereq"), [
+        "install/talparam.ini:7: warning: PREREQ_CONFIG_LOCATION leads nowhere, and a launch copies "
+         "nothing from ../prereq: correct it, or remove the line"]),
+    "a runtime in the scratch directory that nothing brings": (
+        lambda stage: stage.ini(JRE_SCRATCH_LOC="own"), [
+        "install/talparam.ini:7: warning: JRE_SCRATCH_LOC has no effect: nothing lies there in the "
+         "scratch directory when the runtime is looked for; list the component that brings it in "
+         "BOOTSTRAP_COMPS, or remove the line"]),
+    "a runtime in the scratch directory that a component brings": (
+        lambda stage: (stage.component("my.runtime", "1", {"own/bin/java": program()}),
+                       stage.ini(JRE_SCRATCH_LOC="own", BOOTSTRAP_COMPS="my.runtime:1," + LISTED)), []),
+    "a runtime that is not listed": (
+        lambda stage: stage.ini(BOOTSTRAP_COMPS=LISTED.replace(f",{JRE}:1.0", "")), [
+        "install/talparam.ini:5: error: BOOTSTRAP_COMPS does not name talvex.swd.jre, so a launch does "
+         "not unpack the runtime of JRE_LOCATION, and ends: add talvex.swd.jre to the list"]),
     "an access file that nobody can read": (
         with_unreadable("access/x", ACCESS_DIR="../access"), [
         "access/x: error: ordinary users cannot read this file: give it the mode 644"]),

@@ -149,6 +149,14 @@ def test_the_launch_in_the_readme_shows_what_it_shows_there(surroundings):
     assert len(example.steps) == 2 and not found, "\n".join(found)
 
 
+def test_what_a_page_shows_as_typed_stands_among_its_examples():
+    for page in manual.load().values():
+        has_examples = any(line.text == ".Sh EXAMPLES" for line in page.lines)
+        run = {line.place for line in page.part("EXAMPLES")} if has_examples else set()
+        typed = [line.place for line in page.lines if re.match(r"(\.Dl )?\$ ", line.text)]
+        assert [place for place in typed if place not in run] == []
+
+
 # ---- parameter files -------------------------------------------------------
 
 def parameter_file(of):
