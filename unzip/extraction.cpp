@@ -46,7 +46,7 @@ struct Work {
     std::atomic<std::size_t> next_long{0};
     std::atomic<bool> has_first_thread{false};
     std::atomic<bool> stop{false};
-    std::atomic<std::uint64_t> finished{0}; // bytes of entries that are done with
+    std::atomic<std::uint64_t> finished{0}; // the room of entries that are done with
 
     std::mutex lock{}; // of all that follows
     std::condition_variable thread_ended{};
@@ -213,6 +213,22 @@ ZipProblem work_on(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uin
     return {};
 }
 
+// The room that entry number `i` takes in the destination.
+std::uint64_t room_of(const Work& work, std::uint32_t i) {
+    const PlannedEntry& planned = work.plan.entries[i];
+    const bool is_made =
+        planned.status == 0 && !planned.is_replaced && planned.kind != EntryKind::kDirectory;
+    return is_made ? in_blocks(work.archive.entries[i].unpacked, work.options.block) : 0;
+}
+
+// The room of all entries that are not done with.
+std::uint64_t room_left(const Work& work) {
+    std::uint64_t room = 0;
+    for (std::uint32_t i = 0; i < work.plan.entries.size(); ++i)
+        room += room_of(work, i);
+    return room - work.finished;
+}
+
 void take_entry(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
     const std::uint64_t wanted = entry.status == 0 ? memory_needed(entry) : 0;
@@ -222,7 +238,7 @@ void take_entry(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32
     give_memory(work, memory);
     note(work, i, problem);
     if (!ends_everything(problem))
-        work.finished += entry.unpacked;
+        work.finished += room_of(work, i);
 }
 
 // What each thread does.
@@ -391,15 +407,14 @@ ExtractionResult extract_archive(std::atomic<std::uint64_t>& written, const ZipA
         finish_directories(work);
     }
     erase_progress();
-    return {told_status(work), work.end,
-            plan.bytes - std::min<std::uint64_t>(plan.bytes, work.finished)};
+    return {told_status(work), work.end, room_left(work)};
 }
 
-std::uint64_t unpacked_bytes(const ZipArchive& archive) {
+std::uint64_t unpacked_bytes(const ZipArchive& archive, std::uint64_t block) {
     std::uint64_t bytes = 0;
     for (const ZipEntry& entry : archive.entries) {
         if (entry.status == 0)
-            bytes += entry.unpacked;
+            bytes += in_blocks(entry.unpacked, block);
     }
     return bytes;
 }

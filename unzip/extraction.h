@@ -22,12 +22,13 @@ struct ExtractionOptions {
     bool replace = false;    // files that are there are replaced
     int quiet = 0;           // 0: each entry is listed on standard output
     mode_t mask = 0;         // for entries that bring no permissions
+    std::uint64_t block = 1; // the disk gives room in pieces of so many bytes
 };
 
 struct ExtractionResult {
     int status = 0;               // the greatest of all problems of entries
     ZipProblem end;               // what ended everything, if its status is not 0
-    std::uint64_t bytes_left = 0; // of the archive, that are not unpacked then
+    std::uint64_t bytes_left = 0; // the room that what is not unpacked then would take
 };
 
 // Becomes true when everything is to end soon; set by the handler of signals.
@@ -38,5 +39,5 @@ extern std::atomic<bool> unzip_is_interrupted;
 ExtractionResult extract_archive(std::atomic<std::uint64_t>& written, const ZipArchive& archive,
                                  const Destination& destination, const ExtractionOptions& options);
 
-// The bytes that the entries of the archive become.
-std::uint64_t unpacked_bytes(const ZipArchive& archive);
+// The bytes that the entries of the archive become, on a disk of such blocks.
+std::uint64_t unpacked_bytes(const ZipArchive& archive, std::uint64_t block);

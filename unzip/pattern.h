@@ -12,6 +12,6 @@
 bool has_wildcard(std::string_view argument);
 
 // The files that `argument` means, in the order of their names. Wildcards are looked for behind the
-// last slash only, and pass over directories unless nothing else fits; what they do not fit, and a
-// name without any, is a file of that very name, or with ".zip" behind it. Empty when there is none.
+// last slash only, and pass over directories unless nothing else fits. What they do not fit, and a
+// name without any, is a file of that very name, or with ".zip" behind it. Empty for none.
 std::vector<std::string> archives_meant(const std::string& argument);

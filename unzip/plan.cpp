@@ -127,8 +127,6 @@ Plan plan_of(const ZipArchive& archive, mode_t mask) {
         made.name_at = plan.names.size();
         made.name_length = static_cast<std::uint16_t>(plain.size());
         plan.names += plain;
-        if (made.status == 0 && made.kind != EntryKind::kDirectory)
-            plan.bytes += entry.unpacked;
         plan.entries.push_back(made);
     }
     const std::vector<std::uint32_t> order = by_name(plan);
@@ -136,6 +134,10 @@ Plan plan_of(const ZipArchive& archive, mode_t mask) {
     settle_ways(plan, order, true);
     settle_ways(plan, order, false);
     return plan;
+}
+
+std::uint64_t in_blocks(std::uint64_t bytes, std::uint64_t block) {
+    return (bytes / block + (bytes % block == 0 ? 0 : 1)) * block;
 }
 
 std::string_view planned_name(const Plan& plan, std::size_t i) {

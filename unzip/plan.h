@@ -28,11 +28,13 @@ struct PlannedEntry {
 struct Plan {
     std::vector<PlannedEntry> entries; // as those of the archive
     std::string names;
-    std::uint64_t bytes = 0; // of all entries that are to be unpacked or checked
 };
 
 // The plan of the archive.
 Plan plan_of(const ZipArchive& archive, mode_t mask);
+
+// The room that `bytes` of a file take on a disk of such blocks.
+std::uint64_t in_blocks(std::uint64_t bytes, std::uint64_t block);
 
 // The name of entry number `i` below the directory to unpack into, without a slash at its end;
 // empty for that directory.

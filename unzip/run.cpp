@@ -21,13 +21,14 @@ namespace {
 
 constexpr std::uint64_t kKilobyte = 1024;
 
-// What the archives from number `from` on become.
-std::uint64_t bytes_of_all(const std::vector<std::string>& paths, std::size_t from) {
+// What the archives from number `from` on become, on a disk of such blocks.
+std::uint64_t bytes_of_all(const std::vector<std::string>& paths, std::size_t from,
+                           std::uint64_t block) {
     std::uint64_t bytes = 0;
     for (std::size_t i = from; i < paths.size(); ++i) {
         ZipArchive archive;
         if (open_archive(archive, paths[i]))
-            bytes += unpacked_bytes(archive);
+            bytes += unpacked_bytes(archive, block);
         close_archive(archive);
     }
     return bytes;
@@ -46,6 +47,13 @@ int nothing_found(const UnzipCommand& command) {
     }
     complain_of(command.archive, "No such file or directory");
     return kUnzipNotFound;
+}
+
+// The size of the pieces in which the disk of the destination gives room.
+std::uint64_t block_of(const Destination& destination) {
+    struct statvfs volume {};
+    return fstatvfs(destination.directory, &volume) == 0 && volume.f_frsize > 0 ? volume.f_frsize
+                                                                                : 1;
 }
 
 // Says that the disk is full, and how much is missing there.
@@ -90,7 +98,8 @@ int extract(Run& run, const ZipArchive& archive, std::size_t number) {
         complain_of(archive.path, result.end.reason);
     else if (run.is_over)
         complain_of_full_disk(run.destination, result.end,
-                              result.bytes_left + bytes_of_all(run.paths, number + 1));
+                              result.bytes_left +
+                                  bytes_of_all(run.paths, number + 1, run.options.block));
     if (run.is_over)
         return result.end.status;
     if (command.task == UnzipTask::kTest && command.quiet < 2) {
@@ -109,9 +118,10 @@ int take_archives(Run& run) {
     run.options.replace = command.replace;
     run.options.quiet = command.quiet;
     run.options.mask = creation_mask();
+    run.options.block = block_of(run.destination);
     const std::string subject =
         command.task == UnzipTask::kUnpack ? progress_subject() : std::string();
-    start_progress(subject, subject.empty() ? 0 : bytes_of_all(run.paths, 0));
+    start_progress(subject, subject.empty() ? 0 : bytes_of_all(run.paths, 0, 1));
     int status = kUnzipFine;
     for (std::size_t i = 0; i < run.paths.size() && !run.is_over; ++i) {
         if (i > 0 && command.quiet == 0)

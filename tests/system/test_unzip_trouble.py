@@ -27,6 +27,10 @@ def noise(size, seed=1):
     return random.Random(seed).randbytes(size)
 
 
+def in_blocks(size, disk):
+    return -(-size // disk.f_frsize) * disk.f_frsize
+
+
 @pytest.mark.parametrize("method", [0, DEFLATED])
 def test_a_full_disk_ends_with_50_names_the_directory_and_what_is_missing(root_as_new, method):
     del root_as_new
@@ -41,9 +45,23 @@ def test_a_full_disk_ends_with_50_names_the_directory_and_what_is_missing(root_a
     there = os.listdir("/small/dest")
     for name in there:
         assert read_file(f"/small/dest/{name}") == contents[os.fsencode(name)]
-    free = os.statvfs("/small").f_bavail * os.statvfs("/small").f_frsize
-    assert int(words[7]) == -(-(7_000_000 - 300_000 * len(there) - free) // 1024)
+    disk = os.statvfs("/small")
+    needed = (20 - len(there)) * in_blocks(300_000, disk) + in_blocks(1_000_000, disk)
+    assert int(words[7]) == -(-(needed - disk.f_bavail * disk.f_frsize) // 1024)
     assert 3 <= len(there) <= 6
+
+
+def test_many_small_files_are_missing_the_blocks_that_they_take(root_as_new):
+    del root_as_new
+    write_archive(JAR, [Entry(b"f%d" % number, b"x" * 100) for number in range(600)])
+    write_archive("/tmp/jars/b.jar", [Entry(b"more%d" % number, b"x" * 100) for number in range(200)])
+    done = run_unzip(ours(), "-qqqo", "/tmp/jars/*.jar", "-d", "/small/dest")
+    assert done.returncode == 50
+    disk = os.statvfs("/small")
+    missing = (800 - len(os.listdir("/small/dest"))) * in_blocks(100, disk) - disk.f_bavail * disk.f_frsize
+    assert missing > 1_000_000
+    assert done.stderr.decode() == (f"unzip: /small/dest: No space left on device; {missing // 1024} KB "
+                                    "more are needed there\n")
 
 
 def test_a_disk_that_is_full_of_names_ends_with_50(root_as_new):
