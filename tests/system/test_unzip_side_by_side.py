@@ -287,6 +287,21 @@ def test_entries_beyond_4_gb_are_listed_and_checked_alike(beyond):
     assert str((4 << 30) + 5).encode() in own.stdout
 
 
+def test_an_entry_beyond_4_gb_is_unpacked_whole(beyond):
+    """By our own program only: what it writes is no hole, and takes 4 GB of the disk while this runs."""
+    done = run_unzip(ours(), "-qqqo", beyond, "-d", "/tmp/dest")
+    try:
+        assert (done.returncode, done.stdout, done.stderr) == (0, b"", b"")
+        assert os.path.getsize("/tmp/dest/hole") == (4 << 30) + 5
+        zeros = bytes(1 << 24)
+        with open("/tmp/dest/hole", "rb") as stream:
+            while piece := stream.read(len(zeros)):
+                assert piece == zeros[:len(piece)]
+        assert read_file("/tmp/dest/behind") == b"here"
+    finally:
+        shutil.rmtree("/tmp/dest")
+
+
 def test_links_come_out_alike_wherever_they_lead(root_as_new):
     del root_as_new
     write_archive(JARS + "/a.jar", [link(b"a", b"b"), link(b"d/up", b"../../.."), link(b"abs", b"/etc"),
