@@ -5,6 +5,7 @@
 #include "base/status.h"
 #include "log/install_log.h"
 #include "platform/console_input.h"
+#include "platform/signals.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -52,6 +53,8 @@ int getJRELoc(std::string& answer) {
         }
         prompt(wording.retry);
     }
+    if (noted_signal() != 0)
+        nls_out("\n"); // what is said of the signal begins a line
     return kFailed;
 }
 

@@ -168,8 +168,10 @@ bool operator_goes_on(const std::string& question, const std::string& english_qu
         writeToInstallLog(english_question);
         std::fflush(stdout);
         const bool answered = read_console_line(answer, kLongestAnswer);
-        if (noted_signal() != 0)
+        if (noted_signal() != 0) {
+            nls_out("\n"); // what is said of the signal begins a line
             return false;
+        }
         if (!answered) {
             poll(nullptr, 0, kRepetitionMilliseconds); // which a signal ends early
             continue;
