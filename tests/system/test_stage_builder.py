@@ -103,7 +103,9 @@ def test_a_launcher_without_an_unzip_of_its_own_gets_the_usual_one(components):
     write_file("/tmp/elsewhere/bin/intelsolaris/setupLauncher", read_file(tool("LAUNCHER")), 0o755)
     done = build_stage("--launcher", "/tmp/elsewhere/bin/intelsolaris/setupLauncher", STAGE,
                        *components.values())
-    assert (done.returncode, done.stderr) == (0, "")
+    assert done.returncode == 0, done.stderr
+    # The machine's unzip may need more libraries than one that ships.
+    assert {line.split(" the ")[0] for line in done.stderr.splitlines()} <= {"build-stage: warning:"}
     assert read_file(STAGE + "/install/unzip") == read_file(USUAL_UNZIP)
 
 
@@ -207,7 +209,7 @@ def test_a_file_system_that_is_full_is_said_in_one_line_and_emptied_again(compon
 
 def test_the_stage_may_be_named_from_where_one_is(components):
     name = os.path.basename(STAGE)
-    done = build_stage(name, components["zul"].replace(OPERATOR_HOME, "."))
+    done = build_stage(name, *(entry.replace(OPERATOR_HOME, ".") for entry in components.values()))
     assert done.returncode == 0, done.stderr
     assert os.path.exists(STAGE + "/stage/Components/talvex.swd.zul/1.7.0.0.0/1/DataFiles/"
                           "talvex.swd.zul.jar")
