@@ -58,7 +58,8 @@ struct ZipArchive {
 
 // Opens the archive `path`, or takes `archive.file` when the caller has opened that, and reads its
 // directory and every entry's header. False when there is nothing to read entries from: no such
-// file, no regular file, no archive; archive.problem then says why. True with a problem in it means that `entries` holds what could be read.
+// file, no regular file, no archive; archive.problem then says why. True with a problem in it means
+// that `entries` holds what could be read.
 bool open_archive(ZipArchive& archive, const std::string& path);
 
 // Closes the file and drops the entries.
