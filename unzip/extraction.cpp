@@ -149,7 +149,7 @@ ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std:
 }
 
 ZipProblem read_target(std::string& target, const Work& work, Unpacker& unpacker, std::uint32_t i) {
-    const ZipProblem problem =
+    ZipProblem problem =
         unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
     if (problem.status == 0 && (target.empty() || target.find('\0') != std::string::npos))
         return {kUnzipBroken, "it is a symbolic link without a usable target"};
@@ -159,7 +159,7 @@ ZipProblem read_target(std::string& target, const Work& work, Unpacker& unpacker
 // Reads the target of link number `i`, which is made when all files are there.
 ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     std::string target;
-    const ZipProblem problem = read_target(target, work, unpacker, i);
+    ZipProblem problem = read_target(target, work, unpacker, i);
     if (problem.status != 0)
         return problem;
     if (lists_entries(work))
