@@ -472,17 +472,18 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     begin_taking_down();
     std::string unwritable;
     const bool opened = open_catalogue_copies(plan.places.launcher_directory, unwritable);
-    std::string message = end_taking_down();
+    end_taking_down();
     if (!unwritable.empty()) {
         say_no_plan(unwritable);
         return;
     }
     if (!opened) {
         // Once more where a launch looks: its words name the place, not that of the copies.
+        nls_close();
         begin_taking_down();
         nls_open(all.front().c_str());
-        message = end_taking_down();
-        say_end("at once", kNoCatalogue, message);
+        say_end("at once", kNoCatalogue, end_taking_down());
+        nls_close();
         return;
     }
 
@@ -490,7 +491,7 @@ void print_plan(const std::string& directory, const std::vector<std::string>& ar
     pre_scan(command_line);
     begin_taking_down();
     const int scanned = scan_arguments(command_line);
-    message = end_taking_down();
+    std::string message = end_taking_down();
     if (scanned != kOk) {
         say_end("at the reading of the command line", scanned, message);
         return;

@@ -128,7 +128,7 @@ ZipProblem begin(Found& found, NewFile& made, const Work& work, OpenDirectory& l
 }
 
 // Unpacks file number `i` to its place.
-ZipProblem unpack_file(Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
+ZipProblem unpack_file(const Work& work, Unpacker& unpacker, OpenDirectory& last, std::uint32_t i) {
     const ZipEntry& entry = work.archive.entries[i];
     Found found = Found::kNothing;
     NewFile made;
@@ -186,9 +186,10 @@ ZipProblem check_only(const Work& work, Unpacker& unpacker, std::uint32_t i) {
         problem = unpack_entry(unpacker, work.archive, entry, -1);
     if (problem.status == 0 && planned.status != 0)
         problem = {planned.status, planned.reason};
-    std::string target;
-    if (problem.status == 0 && planned.kind == EntryKind::kLink)
+    if (problem.status == 0 && planned.kind == EntryKind::kLink) {
+        std::string target;
         problem = read_target(target, work, unpacker, i);
+    }
     if (problem.status == 0 && lists_entries(work))
         std::printf("    testing: %-22s   OK\n",
                     printable(entry_name(work.archive, entry)).c_str());

@@ -132,7 +132,6 @@ void StripQuotes(std::string& str) {
 
 const char* replaceStr(const char* str, const char* orig, const char* rep) {
     static std::string replaced;
-    static std::string outgrown;
     if (str == nullptr || orig == nullptr || rep == nullptr)
         return str;
     std::string text(str);
@@ -142,6 +141,7 @@ const char* replaceStr(const char* str, const char* orig, const char* rep) {
     text.replace(found, std::string_view(orig).size(), rep);
     if (replaced.capacity() < std::max(text.size(), kReplacedRoom)) {
         // The next result overwrites this one, but whoever still holds it may read it.
+        static std::string outgrown;
         outgrown = std::move(replaced);
         replaced = std::string();
         replaced.reserve(std::max(text.size(), kReplacedRoom));

@@ -192,6 +192,7 @@ std::optional<int> choose_runtime(Launch& launch, bool& bBootStrapJRE) {
 
 int run_bootstrap(Launch& launch, long bootstrap_size, bool bBootStrapJRE) {
     const CommandLine& command_line = launch.command_line;
+    // cppcheck-suppress constVariable ; the bootstrap rewrites its locations
     Settings& settings = launch.settings;
     const int result = doBootStrap({
         .tempLoc = settings.scratchLoc,

@@ -224,7 +224,8 @@ def test_a_stage_with_errors_is_refused_and_leaves_nothing(components):
 
 def test_a_stage_with_errors_is_built_when_nobody_checks_it(components):
     done = build_stage("--unchecked", "--param", "INSTALL_CLASS=my.Class", STAGE, *components.values())
-    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    assert (done.returncode, done.stdout) == (0, "")
+    assert {line.split(" the ")[0] for line in done.stderr.splitlines()} <= {"build-stage: warning:"}
     assert os.path.exists(STAGE + "/install/talparam.ini")
 
 
