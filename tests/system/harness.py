@@ -315,7 +315,7 @@ class Place:
         assert_no_sanitizer_report(stdout, stderr)
         return self.result(process.returncode, stdout, stderr, command, process.pid, before, env)
 
-    def terminal(self, *args, argv0=None, cwd=None, env=None, java=None, typed=b"", timeout=20):
+    def terminal(self, *args, argv0=None, cwd=None, env=None, java=None, typed=b"", timeout=60):
         """Starts the launcher with a terminal of its own; see Terminal."""
         self.prepare()
         return Terminal(self, self.command(args, argv0), cwd or self.dir, env, java, typed, timeout)
