@@ -207,3 +207,12 @@ def assert_found(lines, *findings):
     counts = ", ".join(f"{number} {grade}" + ("" if number == 1 else "s")
                        for number, grade in zip(grades, ("error", "warning", "note")))
     assert_same(lines, [*findings, counts], "what check-stage says")
+
+
+# The checkout may lie there.
+TMP_BEFORE = set(os.listdir("/tmp"))
+
+
+def made_in_tmp():
+    """What has come to lie in /tmp since the tests began."""
+    return sorted(set(os.listdir("/tmp")) - TMP_BEFORE)

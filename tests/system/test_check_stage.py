@@ -9,18 +9,10 @@ import time
 
 import pytest
 
-from checked import (CLEAN, CleanHome, CleanStage, assert_found, installer_files, jar_bytes, make_old,
-                     no_file_above, run_check)
+from checked import (CLEAN, CleanHome, CleanStage, assert_found, installer_files, jar_bytes,
+                     made_in_tmp, make_old, no_file_above, run_check)
 from harness import OPERATOR_HOME, tool, write_file
 from stage import ZUL
-
-
-# The checkout may lie there.
-TMP_BEFORE = set(os.listdir("/tmp"))
-
-
-def made_in_tmp():
-    return sorted(set(os.listdir("/tmp")) - TMP_BEFORE)
 
 
 @pytest.fixture(name="stage")

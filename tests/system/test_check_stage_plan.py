@@ -9,20 +9,13 @@ import subprocess
 import pytest
 
 from archives import Entry, archive_bytes, link
-from checked import CleanStage, check, everything_of, no_file_above, run_check
+from checked import (CleanStage, check, everything_of, made_in_tmp, no_file_above,
+                     run_check)
 from harness import (INVENTORY, MOUNT_TABLE, OPERATOR_HOME, POINTER_FILE, TIME_STAMP, Home, assert_same,
                      read_file, set_inventory, tool, write_file)
 from stage import COMPONENTS, CORE, JDK, JRE, MINIMAL, TESSEL, ZUL, CopyHome, Stage, java_program
 
 ESCAPE = re.compile(r"\\(n|t|\\|x[0-9a-f]{2})")
-
-
-# The checkout may lie there.
-TMP_BEFORE = set(os.listdir("/tmp"))
-
-
-def made_in_tmp():
-    return sorted(set(os.listdir("/tmp")) - TMP_BEFORE)
 
 
 def unescaped(text):
