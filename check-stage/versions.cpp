@@ -12,10 +12,6 @@ struct Part {
     std::string_view text; // a number without its leading zeros
 };
 
-bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // Numbers and words; all else only separates.
 std::vector<Part> parts_of(std::string_view version) {
     std::vector<Part> parts;

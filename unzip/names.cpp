@@ -10,10 +10,6 @@ bool is_control(char c) {
     return (c >= 0 && c < ' ') || c == kDelete;
 }
 
-bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 } // namespace
 
 const char* unsafe_name(std::string_view name) {

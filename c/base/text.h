@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <climits>
-#include <cmath>
+#include <clocale>
+#include <cstdlib>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -21,6 +21,10 @@ inline bool is_white_space(char c) {
 
 inline bool is_digit(char c) {
     return c >= '0' && c <= '9';
+}
+
+inline bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
 // `text` without white space at both ends.
@@ -62,40 +66,16 @@ T leading_whole_number(std::string_view text) {
     return number;
 }
 
-// Beyond every number that a double holds, and far enough from the end of long to add to.
-inline constexpr long kLargestExponent = 1'000'000'000;
-
-// Where the first digit of `number` that is not 0 stands, in powers of ten: 2 for "123", -1 for
-// "0.1". Tells a number too large to hold from one too small.
-inline long decimal_exponent(std::string_view number) {
-    const std::size_t mark = number.find_first_of("eE");
-    const std::string_view digits = number.substr(0, mark);
-    const std::size_t first = digits.find_first_of("123456789");
-    const std::size_t point =
-        digits.find('.') == std::string_view::npos ? digits.size() : digits.find('.');
-    if (first == std::string_view::npos)
-        return 0;
-    long exponent = static_cast<long>(point) - static_cast<long>(first) - (first < point ? 1 : 0);
-    if (mark != std::string_view::npos)
-        exponent += std::clamp(leading_whole_number<long>(number.substr(mark + 1)),
-                               -kLargestExponent, kLargestExponent);
-    return exponent;
-}
-
-// The decimal number at the start of `text`, as leading_whole_number takes a whole one. The point
-// is a point in every locale: parameter files are written for all of them.
+// The decimal number at the start of `text`, as leading_whole_number takes a whole one; one too large
+// is infinite. The point is a point in every locale: parameter files are written for all of them.
 inline double leading_decimal_number(std::string_view text) {
+    const auto belongs_to_number = [](char c) {
+        return is_digit(c) || is_letter(c) || c == '+' || c == '-' || c == '.';
+    };
     text = trimmed(text);
-    if (text.starts_with('+'))
-        text.remove_prefix(text.size() > 1 && text[1] == '-' ? text.size() : 1);
-    double number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec == std::errc::result_out_of_range) {
-        const auto length = static_cast<std::size_t>(result.ptr - text.data());
-        const double magnitude = decimal_exponent(text.substr(0, length)) < 0
-                                     ? 0.0
-                                     : std::numeric_limits<double>::infinity();
-        return text.starts_with('-') ? -magnitude : magnitude;
-    }
-    return number;
+    std::string number(text.begin(), std::find_if_not(text.begin(), text.end(), belongs_to_number));
+    const std::size_t point = number.find('.');
+    if (point != std::string::npos)
+        number.replace(point, 1, std::localeconv()->decimal_point); // the one that strtod knows
+    return std::strtod(number.c_str(), nullptr);
 }

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <optional>
 #include <system_error>
@@ -231,19 +232,21 @@ std::string format_whole(const Directive& directive, long long number) {
     return out;
 }
 
-// std::to_chars and not snprintf: the locale must not change the decimal point of the English log.
+// The point is a point in every locale: the log is English.
 std::string format_decimal(const Directive& directive, double number) {
     const int precision = std::min(directive.precision.value_or(6), kMaxFormatWidth);
     const bool negative = std::signbit(number);
     const std::string_view prefix = sign_of(directive, negative);
     if (!std::isfinite(number))
         return pad(directive, prefix, std::isnan(number) ? "nan" : "inf", false);
-    // 309 digits before the point at the most, then the point and the decimals.
+    // 309 digits before the point at the most, then the locale's point and the decimals.
     constexpr std::size_t before_decimals = 320;
     std::string body(before_decimals + static_cast<std::size_t>(precision), '\0');
-    const auto result = std::to_chars(body.data(), body.data() + body.size(), std::fabs(number),
-                                      std::chars_format::fixed, precision);
-    body.resize(static_cast<std::size_t>(result.ptr - body.data()));
+    const int length = std::snprintf(body.data(), body.size(), "%.*f", precision, std::fabs(number));
+    body.resize(static_cast<std::size_t>(length));
+    const std::size_t point = body.find_first_not_of("0123456789");
+    if (point != std::string::npos)
+        body.replace(point, body.size() - static_cast<std::size_t>(precision) - point, ".");
     if (directive.alternative && precision == 0)
         body += '.';
     return pad(directive, prefix, body, true);
@@ -317,9 +320,7 @@ std::string format_text(std::string_view text, std::span<const FormatArg> args) 
         read_width_and_precision(reader, directive);
         read_length(reader, directive);
         directive.conversion = reader.peek();
-        const bool is_letter = (directive.conversion >= 'a' && directive.conversion <= 'z') ||
-                               (directive.conversion >= 'A' && directive.conversion <= 'Z');
-        if (!is_letter) {
+        if (!is_letter(directive.conversion)) {
             // "100%", "5% (of 20)": a lone percent sign is text, not the start of a directive.
             reader.at = start + 1;
             out += '%';

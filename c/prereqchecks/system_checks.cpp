@@ -6,7 +6,7 @@
 #include "platform/system_names.h"
 #include "prereqchecks/command_output.h"
 
-#include <cmath>
+#include <climits>
 #include <vector>
 
 namespace {
@@ -240,7 +240,8 @@ int CheckDisplayCols(const std::string& value, const std::string& scratchLoc) {
     show("S_ACTUAL", colours.value_or(localised_text("S_HIGHER_THAN", {value})));
     record("S_ACTUAL", colours.value_or(english_text("S_HIGHER_THAN", {value})));
     const double required = leading_decimal_number(value);
-    const bool enough = depth >= kDepthBeyondCounting || required <= std::ldexp(1.0, depth);
+    const bool enough =
+        depth >= kDepthBeyondCounting || required <= static_cast<double>(1LL << depth);
     return close_check(required > 0 && enough, checked);
 }
 

@@ -89,23 +89,6 @@ TEST(WholeNumber, IsCutToTheRangeOfItsType) {
     EXPECT_EQ(leading_whole_number<long>(std::string(400, '9')), LONG_MAX);
 }
 
-TEST(DecimalExponent, IsThePlaceOfTheFirstDigitThatIsNotZero) {
-    EXPECT_EQ(decimal_exponent("7"), 0);
-    EXPECT_EQ(decimal_exponent("123"), 2);
-    EXPECT_EQ(decimal_exponent("00123.9"), 2);
-    EXPECT_EQ(decimal_exponent("0.1"), -1);
-    EXPECT_EQ(decimal_exponent(".0012"), -3);
-    EXPECT_EQ(decimal_exponent("-10"), 1);
-    EXPECT_EQ(decimal_exponent("1e5"), 5);
-    EXPECT_EQ(decimal_exponent("0.01E+5"), 3);
-    EXPECT_EQ(decimal_exponent("100e-5"), -3);
-}
-
-TEST(DecimalExponent, OfNothingButZerosIsZero) {
-    for (const char* number : {"", "0", "000", "0.000", "0e99", "e99"})
-        EXPECT_EQ(decimal_exponent(number), 0) << number;
-}
-
 TEST(DecimalNumber, IsReadFromTheStartOfTheText) {
     EXPECT_EQ(leading_decimal_number("512"), 512.0);
     EXPECT_EQ(leading_decimal_number("1.5"), 1.5);
