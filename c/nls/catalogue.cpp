@@ -7,7 +7,6 @@
 #include <array>
 #include <clocale>
 #include <cstdlib>
-#include <cstring>
 #include <iconv.h>
 #include <langinfo.h>
 #include <strings.h>
@@ -23,6 +22,7 @@ std::string resource_directory;
 
 // The character set of the catalogue files.
 constexpr std::string_view kCatalogueCharset = "UTF-8";
+constexpr unsigned char kLastAscii = 0x7f;
 constexpr std::size_t kPiece = 16384; // bytes read from a catalogue at a time
 
 iconv_t invalid_converter() noexcept {
@@ -31,6 +31,7 @@ iconv_t invalid_converter() noexcept {
 }
 
 iconv_t convDes = invalid_converter();
+bool ascii_stays = false; // the converter leaves ASCII texts as they are
 
 // iconv takes the input as char** on some systems and as const char** on others.
 struct InputPointer {
@@ -45,7 +46,7 @@ struct InputPointer {
 };
 
 // One conversion call over the whole text; what it made before it stopped is the result.
-std::string convert(std::string& text) {
+std::string convert(std::string text) {
     if (convDes == invalid_converter())
         return "";
     std::array<char, kMaxCatalogueRecord + 1> converted{};
@@ -58,29 +59,54 @@ std::string convert(std::string& text) {
     return {converted.data(), static_cast<std::size_t>(out - converted.data())};
 }
 
-void add_record(symtab_t* table, const std::string& record) {
+bool is_ascii(std::string_view text) {
+    unsigned char bits = 0;
+    for (const char c : text)
+        bits |= static_cast<unsigned char>(c);
+    return bits <= kLastAscii;
+}
+
+// Whether a text of ASCII characters is converted to itself, so that its conversion can be spared.
+bool leaves_ascii_as_it_is() {
+    std::string characters;
+    for (unsigned char c = 1; c <= kLastAscii; ++c)
+        characters += static_cast<char>(c);
+    return convert(characters) == characters;
+}
+
+// A copy for a table; null when memory is short.
+char* table_text(std::string_view text) {
+    char* copy = static_cast<char*>(std::malloc(text.size() + 1));
+    if (copy == nullptr)
+        return nullptr;
+    text.copy(copy, text.size());
+    copy[text.size()] = '\0';
+    return copy;
+}
+
+void add_record(symtab_t* table, std::string_view record) {
     const std::size_t equals = record.find('=');
-    if (equals == std::string::npos) {
+    if (equals == std::string_view::npos) {
         std::fputs("WARNING: Ignoring malformed message \"", stderr);
-        std::fputs(record.c_str(), stderr);
+        std::fwrite(record.data(), 1, record.size(), stderr);
         std::fputs("\" in catalogue!\n", stderr);
         return;
     }
-    const std::string key = record.substr(0, equals);
-    if (symtab_lookup(table, key.c_str()) != nullptr)
-        return; // the first record of a key wins
-    std::string text = record.substr(equals + 1);
-    if (needToConv != 0)
-        text = convert(text);
-    char* key_copy = strdup(key.c_str());
-    char* text_copy = strdup(text.c_str());
-    if (key_copy == nullptr || text_copy == nullptr) {
-        // A message less is better than a launch less.
-        std::free(key_copy);
-        std::free(text_copy);
+    const std::string_view text = record.substr(equals + 1);
+    char* key = table_text(record.substr(0, equals));
+    if (symtab_lookup(table, key) != nullptr) {
+        std::free(key); // the first record of a key wins
         return;
     }
-    symtab_add(table, key_copy, text_copy);
+    const bool as_it_is = needToConv == 0 || (ascii_stays && is_ascii(text));
+    char* shown = table_text(as_it_is ? text : std::string_view(convert(std::string(text))));
+    if (key == nullptr || shown == nullptr) {
+        // A message less is better than a launch less.
+        std::free(key);
+        std::free(shown);
+        return;
+    }
+    symtab_add(table, key, shown);
 } // NOLINT(clang-analyzer-unix.Malloc): the table has taken over both copies
 
 void load(symtab_t* table, std::FILE* fp) {
@@ -189,6 +215,7 @@ int nls_open(const char* cmd) {
     if (encoding != nullptr &&
         strncasecmp(encoding, kCatalogueCharset.data(), kCatalogueCharset.size()) != 0)
         open_converter();
+    ascii_stays = leaves_ascii_as_it_is();
 
     bool any = load_file("cons_" + locale + ".nls", nls_loadcat);
     const std::size_t underscore = locale.rfind('_');
@@ -200,6 +227,7 @@ int nls_open(const char* cmd) {
     if (convDes != invalid_converter()) {
         iconv_close(convDes);
         convDes = invalid_converter();
+        ascii_stays = false;
     }
     if (!any) {
         std::fputs("\nERROR: Could not read any NLS message catalogue!\n", stderr);

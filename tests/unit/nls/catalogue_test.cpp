@@ -36,6 +36,7 @@ class Locales : public testing::Environment {
         compile("POSIX", "XYZISO-8859-1", "prefixed_name");
         compile("POSIX", "GB18030", "growing");
         compile("POSIX", "ISO-2022-JP", "with_shifts");
+        compile("POSIX", "IBM037", "other_letters");
         compile("de_DE", "ISO-8859-1", "de_DE.ISO-8859-1");
         setenv("LOCPATH", directory_.path().c_str(), 1);
     }
@@ -502,6 +503,14 @@ TEST_F(Catalogue, EveryTextIsConvertedFromTheStartingStateOfItsCharacterSet) {
     EXPECT_EQ(open_default(record("S_X=\xE6\x97\xA5") + record("S_Y=plain")), "");
     EXPECT_EQ(localised("S_X"), "\x1B$BF|");
     EXPECT_EQ(localised("S_Y"), "plain");
+}
+
+TEST_F(Catalogue, PlainTextsAreConvertedToo) {
+    set_locale("other_letters");
+    EXPECT_EQ(open_default(record("S_X=AB 1") + record("S_Y=A\xC3\xBC")), "");
+    EXPECT_EQ(localised("S_X"), "\xC1\xC2\x40\xF1");
+    EXPECT_EQ(localised("S_Y"), "\xC1\xDC");
+    EXPECT_EQ(english("S_X"), "\xC1\xC2\x40\xF1");
 }
 
 TEST_F(Catalogue, AnUnknownCodesetIsTriedAgainWithoutItsFirstThreeCharacters) {
