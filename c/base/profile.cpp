@@ -2,10 +2,13 @@
 
 #include "base/text.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <ctime>
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <vector>
 
 namespace {
@@ -18,35 +21,38 @@ constexpr time_t kSlowestTick = 2;
 std::string line_in_work;
 std::size_t psRemainingString = 0;
 
+bool is_white(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), is_white_space);
+}
+
 // Reads a line without its line feed: 0, or -1 when the data ended, with what had been gathered.
 // A line feed after nothing but white space does not end the line: the white space stays in front.
-// The line is appended to `line`.
 int GetLine(std::string& line, std::FILE* file) {
-    const std::size_t start = line.size();
-    bool has_text = false;
+    static char* room = nullptr; // getline's own, kept from line to line
+    static std::size_t size = 0;
+    line.clear();
     int result = -1;
-    for (;;) {
-        // Nobody else has the stream: the lock of getc would cost more than the reading.
-        const int byte = getc_unlocked(file);
-        if (byte == EOF)
+    for (bool has_text = false; !has_text;) {
+        const ssize_t got = getline(&room, &size, file);
+        if (got <= 0)
             break;
-        if (byte == kByteThatEndsData) {
-            std::ungetc(byte, file); // the next read ends here as well
-            break;
-        }
-        if (byte == '\n') {
-            if (!has_text)
-                continue;
-            result = 0;
+        std::string_view piece(room, static_cast<std::size_t>(got));
+        const std::size_t end = piece.find(static_cast<char>(kByteThatEndsData));
+        if (end != std::string_view::npos) {
+            std::ungetc(kByteThatEndsData, file); // the next read ends here as well
+            line += piece.substr(0, end);
             break;
         }
-        line += static_cast<char>(byte);
-        has_text = has_text || !is_white_space(static_cast<char>(byte));
+        const bool is_ended = piece.ends_with('\n');
+        piece.remove_suffix(is_ended ? 1 : 0);
+        line += piece;
+        if (!is_ended)
+            break;
+        has_text = !is_white(piece);
+        result = has_text ? 0 : -1;
     }
     // Lines are texts for everybody above, and a text ends at a NUL.
-    const std::size_t nul = line.find('\0', start);
-    if (nul != std::string::npos)
-        line.resize(nul);
+    line.resize(std::min(line.size(), line.find('\0')));
     return result;
 }
 
@@ -86,21 +92,45 @@ int take_token(std::string_view& token, std::size_t& at, std::string_view line, 
     return 0;
 }
 
-// A line and what it is. A header has no key.
+// What a line is, once it has been asked for.
+enum class LineKind { unknown, header, entry, unusable };
+
 struct Line {
     std::string_view text;
-    bool is_header = false;
-    bool has_key = false;
-    std::string_view key;
-    std::size_t value_at = 0; // what follows the key
+    LineKind kind = LineKind::unknown;
+    std::string_view key; // of an entry
 };
 
-Line line_of(std::string_view text) {
-    Line line;
-    line.text = text;
-    line.is_header = IsBlockHeader(line.text);
-    line.has_key = !line.is_header && take_token(line.key, line.value_at, text, false) == 0;
+void classify(Line& line) {
+    std::size_t value_at = 0;
+    if (IsBlockHeader(line.text))
+        line.kind = LineKind::header;
+    else if (take_token(line.key, value_at, line.text, false) == 0)
+        line.kind = LineKind::entry;
+    else
+        line.kind = LineKind::unusable;
+}
+
+// `line` with what it is.
+const Line& known(Line& line) {
+    if (line.kind == LineKind::unknown)
+        classify(line);
     return line;
+}
+
+// The value of an entry; false, and `value` as it was, when it has no usable one.
+bool take_value(std::string_view& value, const Line& entry) {
+    std::string_view key;
+    std::size_t value_at = 0;
+    take_token(key, value_at, entry.text, false);
+    return take_token(value, value_at, entry.text, true) == 0;
+}
+
+// Whether `line` is the header `pattern`. Compared from column 1: an indented header is a header,
+// but never the wanted one.
+bool is_header(Line& line, std::string_view pattern) {
+    return line.text.starts_with(pattern) && known(line).kind == LineKind::header &&
+           line.text == pattern;
 }
 
 // What tells a file's bytes from those it had before and from every other file's.
@@ -118,8 +148,10 @@ struct Version {
 struct KeptFile {
     bool reusable = false; // the version tells every change
     Version version{};
-    std::string text;        // its lines, one behind the other
-    std::vector<Line> lines; // the last is the one that the data ended in
+    std::string text;           // its bytes, but for blanks moved to the lines they belong to
+    std::vector<Line> lines;    // the last is the one that the data ended in
+    std::string section;        // the header that was found last
+    std::size_t section_at = 0; // the line behind it
 };
 KeptFile kept_file;
 
@@ -137,6 +169,45 @@ bool is_kept(const char* path) {
     return kept_file.reusable && stat(path, &found) == 0 && version_of(found) == kept_file.version;
 }
 
+// The data of the open file, of which `size` bytes are expected.
+std::string data_of(std::FILE* file, std::size_t size) {
+    std::string data(size + 1, '\0'); // with room for one byte more: that none comes is its end
+    std::size_t filled = 0;
+    while (const std::size_t got = std::fread(&data[filled], 1, data.size() - filled, file)) {
+        filled += got;
+        if (filled == data.size())
+            data.resize(2 * filled);
+    }
+    data.resize(filled);
+    data.resize(std::min(filled, data.find(static_cast<char>(kByteThatEndsData))));
+    return data;
+}
+
+// Cuts the kept text into the lines that GetLine would read.
+void cut_into_lines() {
+    std::string& text = kept_file.text;
+    kept_file.lines.clear();
+    const auto line_feeds = std::count(text.begin(), text.end(), '\n');
+    kept_file.lines.reserve(1 + static_cast<std::size_t>(line_feeds));
+    std::string white; // of lines without anything else, which goes in front of the next line
+    std::size_t start = 0;
+    for (bool at_end = false; !at_end;) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        at_end = end == text.size();
+        const std::string_view piece = std::string_view(text).substr(start, end - start);
+        if (!at_end && is_white(piece)) {
+            white += piece;
+        } else {
+            // It stood further in front, with line feeds in between.
+            white.copy(&text[start - white.size()], white.size());
+            const std::string_view line(piece.data() - white.size(), piece.size() + white.size());
+            kept_file.lines.push_back({line.substr(0, line.find('\0')), LineKind::unknown, {}});
+            white.clear();
+        }
+        start = end + 1;
+    }
+}
+
 // Keeps the lines of the open file when it is a plain one.
 bool keep(std::FILE* file) {
     struct stat found {};
@@ -147,17 +218,9 @@ bool keep(std::FILE* file) {
     if (!version)
         return false;
     kept_file.version = *version;
-    kept_file.text.clear();
-    kept_file.lines.clear();
-    std::vector<std::size_t> ends;
-    for (int status = 0; status == 0; ends.push_back(kept_file.text.size()))
-        status = GetLine(kept_file.text, file);
-    std::size_t start = 0;
-    for (const std::size_t end : ends) {
-        kept_file.lines.push_back(
-            line_of(std::string_view(kept_file.text).substr(start, end - start)));
-        start = end;
-    }
+    kept_file.text = data_of(file, static_cast<std::size_t>(version->size));
+    kept_file.section.clear();
+    cut_into_lines();
     return true;
 }
 
@@ -166,34 +229,43 @@ struct Lines {
     std::FILE* stream = nullptr;
     std::size_t next = 0; // of the kept lines
     std::string work;     // the stream's last line
+    Line read;            // and what it is
 };
 
-// `line` becomes the next line, as GetLine reads it; it holds until the next call.
-int next_line(Line& line, Lines& lines) {
-    if (lines.stream != nullptr) {
-        lines.work.clear();
-        const int status = GetLine(lines.work, lines.stream);
-        line = line_of(lines.work);
-        return status;
-    }
-    if (lines.next == kept_file.lines.size()) {
-        line = {};
-        return -1;
-    }
-    line = kept_file.lines[lines.next];
-    return ++lines.next < kept_file.lines.size() ? 0 : -1;
+Line& read_line(Lines& lines, bool& at_end) {
+    at_end = GetLine(lines.work, lines.stream) != 0;
+    lines.read = {lines.work, LineKind::unknown, {}};
+    return lines.read;
+}
+
+// The next line, as GetLine reads it; it holds until the next call. Behind the last one comes
+// nothing but empty ones.
+Line& next_line(Lines& lines, bool& at_end) {
+    if (lines.stream != nullptr)
+        return read_line(lines, at_end);
+    at_end = lines.next + 1 >= kept_file.lines.size();
+    if (lines.next == kept_file.lines.size())
+        return lines.read;
+    return kept_file.lines[lines.next++];
 }
 
 // Reads on to just behind the header of `section`.
 bool find_section(Lines& lines, const char* section) {
     const std::string pattern = std::string("[") + section + "]";
-    Line line;
-    for (int status = 0; status == 0;) {
-        status = next_line(line, lines);
-        // Compared from column 1: an indented header is a header, but never the wanted one. The
-        // last line may end with the data and still be it.
-        if (line.is_header && line.text == pattern)
-            return true;
+    const bool kept = lines.stream == nullptr;
+    if (kept && kept_file.section == pattern) {
+        lines.next = kept_file.section_at;
+        return true;
+    }
+    for (bool at_end = false; !at_end;) {
+        // The last line may end with the data and still be it.
+        if (!is_header(next_line(lines, at_end), pattern))
+            continue;
+        if (kept) {
+            kept_file.section = pattern;
+            kept_file.section_at = lines.next;
+        }
+        return true;
     }
     return false;
 }
@@ -201,14 +273,13 @@ bool find_section(Lines& lines, const char* section) {
 // The value of `key` from where the lines stand; `fallback` when the section ends, a line has no
 // usable key, or the value is unusable.
 void read_value(Lines& lines, std::string_view key, const char* fallback, std::string& value) {
-    Line line;
     std::string_view token = fallback;
-    for (int status = 0; status == 0;) {
-        status = next_line(line, lines);
-        if (!line.has_key)
+    for (bool at_end = false; !at_end;) {
+        const Line& line = known(next_line(lines, at_end));
+        if (line.kind != LineKind::entry)
             break;
         if (line.key == key) {
-            take_token(token, line.value_at, line.text, true);
+            take_value(token, line);
             break;
         }
     }
@@ -280,15 +351,16 @@ int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optB
 
 int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVarName,
                                          std::string& pValue, std::FILE* pFile) {
-    Lines lines{pFile, 0, {}};
+    Lines lines;
+    lines.stream = pFile;
     if (pSection != nullptr)
         return find_section(lines, pSection) ? 0 : -1;
-    Line line;
-    next_line(line, lines);
-    if (!line.has_key)
+    bool at_end = false;
+    const Line& line = known(next_line(lines, at_end));
+    if (line.kind != LineKind::entry)
         return -1;
     std::string_view value;
-    take_token(value, line.value_at, line.text, true);
+    take_value(value, line);
     pVarName = line.key;
     pValue = value;
     return 0;
