@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
+#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -21,6 +22,9 @@
 #include <vector>
 
 namespace {
+
+// Of a file that a copy makes, less the mask, until it is whole.
+constexpr mode_t kMadeFileMode = 0666;
 
 // What a copy reads and writes at a time: as much as its streams hold.
 constexpr std::size_t kCopyPiece = std::size_t{128} * 1024;
@@ -32,23 +36,34 @@ int fail_copy(const std::string& path, int error) {
     return kFailed;
 }
 
-// The status of a copy for which nothing is to be opened; none when the file is to be copied.
+bool is_pipe_socket_or_device(const char* path) {
+    struct stat found {};
+    return stat(path, &found) == 0 && !S_ISREG(found.st_mode) && !S_ISDIR(found.st_mode);
+}
+
+// The status of a copy onto something that is there already and must not be opened; none when it is
+// to be overwritten.
 std::optional<int> settled_without_copying(const char* source, const char* dest) {
     struct stat from {};
     struct stat to {};
-    if (stat(source, &from) != 0)
-        return std::nullopt;
-    if (!S_ISREG(from.st_mode) && !S_ISDIR(from.st_mode)) {
-        complain("S_FILE_PASSED_OVER", source);
-        return kOk;
-    }
-    if (stat(dest, &to) != 0)
+    if (stat(source, &from) != 0 || stat(dest, &to) != 0)
         return std::nullopt;
     if (from.st_dev == to.st_dev && from.st_ino == to.st_ino)
         return kOk; // opening it for writing would empty it
     if (S_ISFIFO(to.st_mode))
         return fail_copy(dest, EEXIST); // nobody may ever read from it
     return std::nullopt;
+}
+
+// A stream for the new file `dest`; null when it cannot be made, with EEXIST when it is there.
+std::FILE* make_file(const char* dest) {
+    const int descriptor = open(dest, O_RDWR | O_CREAT | O_EXCL, kMadeFileMode);
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE* made = fdopen(descriptor, "w+");
+    if (made == nullptr)
+        close(descriptor);
+    return made;
 }
 
 // Copies until the end of `in`; false as soon as less is written than was read or a signal is
@@ -62,6 +77,57 @@ bool copy_stream(std::FILE* in, std::FILE* out) {
         if (got < piece.size())
             return std::ferror(in) == 0 && std::fflush(out) == 0;
     }
+}
+
+void close_stream(std::FILE* stream) {
+    if (stream != nullptr)
+        std::fclose(stream);
+}
+
+// Copies what is known as no pipe, socket or device.
+int copy_plain_file(const char* source, const char* dest) {
+    static std::vector<char> in_buffer(kCopyPiece);
+    static std::vector<char> out_buffer(kCopyPiece);
+    std::FILE* in = std::fopen(source, "r");
+    if (in == nullptr)
+        fail_copy(source, errno);
+    // Most files are new: only one that was there can be the source itself.
+    std::FILE* out = make_file(dest);
+    if (out == nullptr && errno == EEXIST) {
+        if (const std::optional<int> settled = settled_without_copying(source, dest)) {
+            close_stream(in);
+            return *settled;
+        }
+        out = std::fopen(dest, "w+");
+    }
+    if (out == nullptr)
+        fail_copy(dest, errno);
+    bool copied = false;
+    if (in != nullptr && out != nullptr) {
+        std::setvbuf(in, in_buffer.data(), _IOFBF, in_buffer.size());
+        std::setvbuf(out, out_buffer.data(), _IOFBF, out_buffer.size());
+        copied = copy_stream(in, out);
+        if (!copied)
+            fail_copy(std::ferror(in) != 0 ? source : dest, errno);
+    }
+    close_stream(in);
+    if (out == nullptr)
+        chmod(dest, kCopiedFileMode); // what is there and could not be opened
+    else
+        fchmod(fileno(out), kCopiedFileMode);
+    if (out != nullptr && std::fclose(out) != 0) {
+        if (copied)
+            fail_copy(dest, errno);
+        copied = false;
+    }
+    return copied ? kOk : kFailed;
+}
+
+int copy_entry(const TreeWalk& walk, const std::string& directory) {
+    const std::string source = entry_path(walk);
+    const std::string dest = joined_path(directory, walk.name);
+    return walk.is_plain_file ? copy_plain_file(source.c_str(), dest.c_str())
+                              : copyFile(source.c_str(), dest.c_str());
 }
 
 int copy_tree(const std::string& source, const std::string& dest) {
@@ -80,9 +146,7 @@ int copy_tree(const std::string& source, const std::string& dest) {
                 first_missing = {here, errno};
             if (walk.directory == 0)
                 walk.left_out = directory_identity(dest); // it may lie in the source
-        } else if (walk.step == WalkStep::kFile &&
-                   copyFile(entry_path(walk).c_str(), joined_path(here, walk.name).c_str()) !=
-                       kOk) {
+        } else if (walk.step == WalkStep::kFile && copy_entry(walk, here) != kOk) {
             end_walk(walk);
             if (missing)
                 copy_failure = first_missing;
@@ -158,36 +222,10 @@ const CopyFailure& last_copy_failure() {
 }
 
 int copyFile(const char* source, const char* dest) {
-    if (const std::optional<int> settled = settled_without_copying(source, dest))
-        return *settled;
-    static std::vector<char> in_buffer(kCopyPiece);
-    static std::vector<char> out_buffer(kCopyPiece);
-    std::FILE* in = std::fopen(source, "r");
-    if (in == nullptr)
-        fail_copy(source, errno);
-    std::FILE* out = std::fopen(dest, "w+");
-    if (out == nullptr)
-        fail_copy(dest, errno);
-    bool copied = false;
-    if (in != nullptr && out != nullptr) {
-        std::setvbuf(in, in_buffer.data(), _IOFBF, in_buffer.size());
-        std::setvbuf(out, out_buffer.data(), _IOFBF, out_buffer.size());
-        copied = copy_stream(in, out);
-        if (!copied)
-            fail_copy(std::ferror(in) != 0 ? source : dest, errno);
-    }
-    if (in != nullptr)
-        std::fclose(in);
-    if (out == nullptr)
-        chmod(dest, kCopiedFileMode); // what is there and could not be opened
-    else
-        fchmod(fileno(out), kCopiedFileMode);
-    if (out != nullptr && std::fclose(out) != 0) {
-        if (copied)
-            fail_copy(dest, errno);
-        copied = false;
-    }
-    return copied ? kOk : kFailed;
+    if (!is_pipe_socket_or_device(source))
+        return copy_plain_file(source, dest);
+    complain("S_FILE_PASSED_OVER", source);
+    return kOk;
 }
 
 void setPermission(const char* p_strFilePath, int p_iPermission, int p_bRecursive) {

@@ -94,6 +94,7 @@ bool take_next_entry(TreeWalk& walk) {
         }
         DirectoryEntry& entry = walk.entries[walk.next_entry++];
         std::swap(walk.name, entry.name);
+        walk.is_plain_file = entry.is_plain_file;
         DirectoryIdentity identity{};
         walk.step = entry.is_plain_file ? WalkStep::kFile : entry_kind(identity, walk);
         if (walk.step != WalkStep::kDirectory)

@@ -46,6 +46,7 @@ struct TreeWalk {
     DIR* stream = nullptr;      // and itself, so that work on an entry need not search its path;
                                 // depth first, null where it waited
     std::string name;           // of the entry
+    bool is_plain_file = false; // the directory says that it is one; else it has to be asked
 
     // A directory that is as if it were not there; set before the first step or right after it.
     DirectoryIdentity left_out{};

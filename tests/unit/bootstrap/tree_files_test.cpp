@@ -125,6 +125,19 @@ TEST_F(CopyFile, EmptiesTheDestinationAlsoForAMissingSource) {
     EXPECT_EQ(mode_of(here.file("new")), 0770U);
 }
 
+TEST_F(CopyFile, FailsForAMissingSourceAlsoWhereItWouldBecomeItsOwnDestination) {
+    EXPECT_EQ(copied_file(here.file("file"), here.file("file")), kFailed);
+    make_link("link", "elsewhere");
+    EXPECT_EQ(copied_file(here.file("link"), here.file("elsewhere")), kFailed);
+}
+
+TEST_F(CopyFile, FollowsALinkThatLeadsToNoFileYet) {
+    make_link("link", "elsewhere");
+    EXPECT_EQ(copied_file(here.write("from", "x"), here.file("link")), kOk);
+    EXPECT_EQ(bytes_of(here.file("elsewhere")), "x");
+    EXPECT_TRUE(std::filesystem::is_symlink(here.file("link")));
+}
+
 TEST_F(CopyFile, FailsWhenTheDestinationCannotBeOpened) {
     EXPECT_EQ(complained_by([&] {
                   EXPECT_EQ(copied_file(here.write("from", "x"), here.file("missing/to")), kFailed);
