@@ -66,8 +66,9 @@ T leading_whole_number(std::string_view text) {
     return number;
 }
 
-// The decimal number at the start of `text`, as leading_whole_number takes a whole one; one too large
-// is infinite. The point is a point in every locale: parameter files are written for all of them.
+// The decimal number at the start of `text`, as leading_whole_number takes a whole one; one too
+// large is infinite. The point is a point in every locale: parameter files are written for all of
+// them.
 inline double leading_decimal_number(std::string_view text) {
     const auto belongs_to_number = [](char c) {
         return is_digit(c) || is_letter(c) || c == '+' || c == '-' || c == '.';

@@ -242,7 +242,8 @@ std::string format_decimal(const Directive& directive, double number) {
     // 309 digits before the point at the most, then the locale's point and the decimals.
     constexpr std::size_t before_decimals = 320;
     std::string body(before_decimals + static_cast<std::size_t>(precision), '\0');
-    const int length = std::snprintf(body.data(), body.size(), "%.*f", precision, std::fabs(number));
+    const int length =
+        std::snprintf(body.data(), body.size(), "%.*f", precision, std::fabs(number));
     body.resize(static_cast<std::size_t>(length));
     const std::size_t point = body.find_first_not_of("0123456789");
     if (point != std::string::npos)

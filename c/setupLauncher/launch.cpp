@@ -14,6 +14,7 @@
 #include "prereqchecks/prereq_driver.h"
 #include "setupLauncher/decisions.h"
 #include "setupLauncher/environment.h"
+#include "setupLauncher/given_scratch.h"
 #include "setupLauncher/installer_command.h"
 #include "setupLauncher/java_home.h"
 #include "setupLauncher/locations.h"
@@ -47,9 +48,7 @@ struct Launch {
     std::string StartupLocOriginal;
     std::string imageLoc;
     std::string sZULVersionLogMsg;
-    // A relative -rscratchPath as it was given, and the place that it means; else both are empty.
-    std::string given_scratch;
-    std::string scratch_place;
+    GivenScratch given_scratch;
     bool bUseJreLoc = false;
 };
 
@@ -60,49 +59,6 @@ void log_line(const Launch& launch, const std::string& text) {
     closeLog();
 }
 
-// Takes the scratch directory that a parent launcher passes on. A relative one is meant in the
-// directory in which the launch began, which is left soon.
-void use_given_scratch(Launch& launch, bool have_current) {
-    const std::string& given = launch.command_line.sAlternativeScratch;
-    std::string& scratch = launch.settings.scratchLoc;
-    scratch = given;
-    if (given.empty() || given.starts_with('/') || !have_current)
-        return;
-    launch.given_scratch = given;
-    launch.scratch_place = scratch = launch.curDir + "/" + given;
-}
-
-// Whether a path of its own can begin at `at`: at the start, or behind what separates paths.
-bool begins_a_path(const std::string& text, std::size_t at) {
-    return at == 0 || std::string_view("=: \"").find(text[at - 1]) != std::string_view::npos;
-}
-
-// `text` with the scratch directory as it was given, wherever it stands as a path of its own.
-std::string with_given_scratch(const Launch& launch, std::string text) {
-    const std::string& place = launch.scratch_place;
-    if (place.empty())
-        return text;
-    for (std::size_t at = text.find(place); at != std::string::npos; at = text.find(place, at)) {
-        const std::size_t end = at + place.size();
-        if (begins_a_path(text, at) &&
-            (end == text.size() || text[end] == '/' || text[end] == ':')) {
-            text.replace(at, place.size(), launch.given_scratch);
-            at += launch.given_scratch.size();
-        } else {
-            at = end;
-        }
-    }
-    return text;
-}
-
-// The installer is given the scratch directory as the launcher was. The program stays as the system
-// finds it from any directory, and what the operator typed stays as typed.
-void hand_on_given_scratch(const Launch& launch, std::vector<std::string>& args) {
-    const std::size_t typed = pass_through_arguments(launch.command_line).size();
-    for (std::size_t i = 1; i + typed < args.size(); ++i)
-        args[i] = with_given_scratch(launch, args[i]);
-}
-
 void find_startup_location(Launch& launch) {
     const CommandLine& command_line = launch.command_line;
     Settings& settings = launch.settings;
@@ -110,7 +66,8 @@ void find_startup_location(Launch& launch) {
     decide_start_location(command_line, launch.curDir, have_current, settings,
                           launch.StartupLocOriginal);
     if (command_line.bScratchPath)
-        use_given_scratch(launch, have_current);
+        launch.given_scratch = use_given_scratch(
+            settings.scratchLoc, command_line.sAlternativeScratch, launch.curDir, have_current);
 }
 
 // The result is acted on only after the prerequisites: they run without a parameter file too.
@@ -313,9 +270,10 @@ int start_installer(const Launch& launch, const std::vector<std::string>& args, 
     const int valid =
         validateJavaHome(settings.jreDirLoc, settings.paramFileLocation, launch.bUseJreLoc);
     closeLog();
+    const std::string scratch = with_given_scratch(launch.given_scratch, settings.scratchLoc);
     for (const std::string& ext : {settings.extLibString, settings.extBinString}) {
         if (!ext.empty())
-            addExtPath(with_given_scratch(launch, settings.scratchLoc).c_str(), ext.c_str());
+            addExtPath(scratch.c_str(), ext.c_str());
     }
     return valid == kOk ? SpawnProcess(args, bSync, settings.scratchLoc) : valid;
 }
@@ -327,7 +285,7 @@ int run_installer(Launch& launch, bool bSync) {
     InstallerCommandInput input{launch.locations, launch.settings,  command_line,
                                 launch.curDir,    launch.osVersion, launch.bUseJreLoc};
     std::vector<std::string> args = compose_installer_command(input);
-    hand_on_given_scratch(launch, args);
+    hand_on_given_scratch(launch.given_scratch, args, pass_through_arguments(command_line).size());
 
     int status = kOk;
     if (!command_line.bBootStrapOnly && !IsJrePresent(launch.locations.jreLoc.c_str())) {
