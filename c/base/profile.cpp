@@ -188,6 +188,7 @@ void cut_into_lines() {
     std::string& text = kept_file.text;
     kept_file.lines.clear();
     const auto line_feeds = std::count(text.begin(), text.end(), '\n');
+    const bool has_nul = text.find('\0') != std::string::npos;
     kept_file.lines.reserve(1 + static_cast<std::size_t>(line_feeds));
     std::string white; // of lines without anything else, which goes in front of the next line
     std::size_t start = 0;
@@ -201,81 +202,60 @@ void cut_into_lines() {
             // It stood further in front, with line feeds in between.
             white.copy(&text[start - white.size()], white.size());
             const std::string_view line(piece.data() - white.size(), piece.size() + white.size());
-            kept_file.lines.push_back({line.substr(0, line.find('\0')), LineKind::unknown, {}});
+            const std::size_t length = has_nul ? line.find('\0') : line.size();
+            kept_file.lines.push_back({line.substr(0, length), LineKind::unknown, {}});
             white.clear();
         }
         start = end + 1;
     }
 }
 
-// Keeps the lines of the open file when it is a plain one.
-bool keep(std::FILE* file) {
+// Reads the file at `path` unless what is kept is its lines; false when it cannot be opened.
+bool read_file(const char* path) {
+    if (is_kept(path))
+        return true;
+    std::FILE* file = std::fopen(path, "r");
+    if (file == nullptr)
+        return false;
     struct stat found {};
     // Asked before the reading: a change while it lasts is a change afterwards.
     const std::optional<Version> version =
         fstat(fileno(file), &found) == 0 ? version_of(found) : std::nullopt;
     kept_file.reusable = version && version->seconds + kSlowestTick < std::time(nullptr);
-    if (!version)
-        return false;
-    kept_file.version = *version;
-    kept_file.text = data_of(file, static_cast<std::size_t>(version->size));
+    kept_file.version = version.value_or(Version{});
+    kept_file.text = data_of(file, static_cast<std::size_t>(kept_file.version.size));
     kept_file.section.clear();
     cut_into_lines();
+    std::fclose(file);
     return true;
 }
 
-// Where lines come from: an open stream, or without one the kept file.
-struct Lines {
-    std::FILE* stream = nullptr;
-    std::size_t next = 0; // of the kept lines
-    std::string work;     // the stream's last line
-    Line read;            // and what it is
-};
-
-Line& read_line(Lines& lines, bool& at_end) {
-    at_end = GetLine(lines.work, lines.stream) != 0;
-    lines.read = {lines.work, LineKind::unknown, {}};
-    return lines.read;
+std::string header_of(const char* section) {
+    return std::string("[") + section + "]";
 }
 
-// The next line, as GetLine reads it; it holds until the next call. Behind the last one comes
-// nothing but empty ones.
-Line& next_line(Lines& lines, bool& at_end) {
-    if (lines.stream != nullptr)
-        return read_line(lines, at_end);
-    at_end = lines.next + 1 >= kept_file.lines.size();
-    if (lines.next == kept_file.lines.size())
-        return lines.read;
-    return kept_file.lines[lines.next++];
-}
-
-// Reads on to just behind the header of `section`.
-bool find_section(Lines& lines, const char* section) {
-    const std::string pattern = std::string("[") + section + "]";
-    const bool kept = lines.stream == nullptr;
-    if (kept && kept_file.section == pattern) {
-        lines.next = kept_file.section_at;
-        return true;
-    }
-    for (bool at_end = false; !at_end;) {
+// The place behind the header of `section` in the kept lines.
+std::optional<std::size_t> find_section(const char* section) {
+    const std::string header = header_of(section);
+    if (kept_file.section != header) {
+        std::vector<Line>& lines = kept_file.lines;
         // The last line may end with the data and still be it.
-        if (!is_header(next_line(lines, at_end), pattern))
-            continue;
-        if (kept) {
-            kept_file.section = pattern;
-            kept_file.section_at = lines.next;
-        }
-        return true;
+        const auto found = std::find_if(lines.begin(), lines.end(),
+                                        [&header](Line& line) { return is_header(line, header); });
+        if (found == lines.end())
+            return std::nullopt;
+        kept_file.section = header;
+        kept_file.section_at = static_cast<std::size_t>(found - lines.begin()) + 1;
     }
-    return false;
+    return kept_file.section_at;
 }
 
-// The value of `key` from where the lines stand; `fallback` when the section ends, a line has no
-// usable key, or the value is unusable.
-void read_value(Lines& lines, std::string_view key, const char* fallback, std::string& value) {
+// The value of `key` in the kept lines from `at` on; `fallback` when the section ends, a line has
+// no usable key, or the value is unusable.
+void read_value(std::size_t at, std::string_view key, const char* fallback, std::string& value) {
     std::string_view token = fallback;
-    for (bool at_end = false; !at_end;) {
-        const Line& line = known(next_line(lines, at_end));
+    for (; at < kept_file.lines.size(); ++at) {
+        const Line& line = known(kept_file.lines[at]);
         if (line.kind != LineKind::entry)
             break;
         if (line.key == key) {
@@ -319,24 +299,21 @@ int GetToken(const char* psStrToBeParsed, std::string& token, bool bIgnoreSpace)
     return 0;
 }
 
+bool has_section(const char* section, const char* file) {
+    return read_file(file) && find_section(section);
+}
+
 void GenericGetPrivateProfileString(const char* pSection, const char* pVarName,
                                     const char* pDefault, std::string& pValue, int /*nVal*/,
                                     const char* pFileName) {
-    std::FILE* file = nullptr;
-    if (!is_kept(pFileName)) {
-        file = std::fopen(pFileName, "r");
-        if (file == nullptr) {
-            pValue = pDefault;
-            return;
-        }
+    if (!read_file(pFileName)) {
+        pValue = pDefault;
+        return;
     }
-    Lines lines;
-    if (file != nullptr && !keep(file))
-        lines.stream = file;
-    if (pSection == nullptr || find_section(lines, pSection))
-        read_value(lines, pVarName, pDefault, pValue);
-    if (file != nullptr)
-        std::fclose(file);
+    const std::optional<std::size_t> start =
+        pSection == nullptr ? std::size_t{0} : find_section(pSection);
+    if (start)
+        read_value(*start, pVarName, pDefault, pValue);
 }
 
 int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optBuffer,
@@ -351,13 +328,20 @@ int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optB
 
 int GenericGetPrivateProfileVarAndString(const char* pSection, std::string& pVarName,
                                          std::string& pValue, std::FILE* pFile) {
-    Lines lines;
-    lines.stream = pFile;
-    if (pSection != nullptr)
-        return find_section(lines, pSection) ? 0 : -1;
-    bool at_end = false;
-    const Line& line = known(next_line(lines, at_end));
-    if (line.kind != LineKind::entry)
+    std::string text;
+    if (pSection != nullptr) {
+        const std::string header = header_of(pSection);
+        for (int status = 0; status == 0;) {
+            status = GetLine(text, pFile);
+            Line line{text, LineKind::unknown, {}};
+            if (is_header(line, header))
+                return 0;
+        }
+        return -1;
+    }
+    GetLine(text, pFile);
+    Line line{text, LineKind::unknown, {}};
+    if (known(line).kind != LineKind::entry)
         return -1;
     std::string_view value;
     take_value(value, line);

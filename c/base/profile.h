@@ -4,8 +4,9 @@
 // section and the tokenizer. Leaves to others: which keys exist and what a missing one means.
 //
 // Files are bytes: nothing is decoded, a byte 255 ends the data, and there are no comments. Every
-// lookup searches the file from its start, as it is then: the lines of the last plain file are kept
-// until it changes. The position of the tokenizer in its line is shared.
+// lookup searches the file as it is then: the lines of the last plain file are kept until it
+// changes, those of anything else are read to their end each time. The position of the tokenizer in
+// its line is shared.
 #pragma once
 
 #include <cstdio>
@@ -24,6 +25,9 @@ void GenericGetPrivateProfileString(const char* pSection, const char* pVarName,
 int GenericGetPrivateProfileStringFromINI(const char* pSection, const char* optBuffer,
                                           const char* pVarName, const char* pDefault,
                                           std::string& pValue, int nVal, const char* pFileName);
+
+// Whether `file` can be read and has the section.
+bool has_section(const char* section, const char* file);
 
 // With `pSection`: moves the open stream behind that section's header. Without: takes the next
 // entry, an unusable value as an empty one. 0, or -1 at the end of the section or the file.
