@@ -88,7 +88,7 @@ void add_record(symtab_t* table, std::string_view record) {
     const std::size_t equals = record.find('=');
     if (equals == std::string_view::npos) {
         std::fputs("WARNING: Ignoring malformed message \"", stderr);
-        std::fwrite(record.data(), 1, record.size(), stderr);
+        std::fputs(std::string(record).c_str(), stderr);
         std::fputs("\" in catalogue!\n", stderr);
         return;
     }
