@@ -46,12 +46,13 @@ struct InputPointer {
 };
 
 // One conversion call over the whole text; what it made before it stopped is the result.
-std::string convert(std::string text) {
+std::string convert(std::string_view text) {
     if (convDes == invalid_converter())
         return "";
     std::array<char, kMaxCatalogueRecord + 1> converted{};
-    char* in = text.data();
-    std::size_t in_left = text.size();
+    std::string input(text);
+    char* in = input.data();
+    std::size_t in_left = input.size();
     char* out = converted.data();
     std::size_t out_left = kMaxCatalogueRecord;
     iconv(convDes, nullptr, nullptr, nullptr, nullptr);
@@ -99,7 +100,7 @@ void add_record(symtab_t* table, std::string_view record) {
         return;
     }
     const bool as_it_is = needToConv == 0 || (ascii_stays && is_ascii(text));
-    char* shown = table_text(as_it_is ? text : std::string_view(convert(std::string(text))));
+    char* shown = table_text(as_it_is ? text : std::string_view(convert(text)));
     if (key == nullptr || shown == nullptr) {
         // A message less is better than a launch less.
         std::free(key);
