@@ -8,7 +8,6 @@
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
-#include <sys/types.h>
 #include <vector>
 
 namespace {
@@ -17,39 +16,35 @@ namespace {
 // many seconds ago a further change might not show.
 constexpr time_t kSlowestTick = 2;
 
+constexpr std::size_t kPiece = 16384; // bytes of a file that are read at a time
+
 // The line that is being cut into tokens, and what of it is unread.
 std::string line_in_work;
 std::size_t psRemainingString = 0;
 
-bool is_white(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), is_white_space);
-}
-
 // Reads a line without its line feed: 0, or -1 when the data ended, with what had been gathered.
 // A line feed after nothing but white space does not end the line: the white space stays in front.
 int GetLine(std::string& line, std::FILE* file) {
-    static char* room = nullptr; // getline's own, kept from line to line
-    static std::size_t size = 0;
     line.clear();
+    bool has_text = false;
     int result = -1;
-    for (bool has_text = false; !has_text;) {
-        const ssize_t got = getline(&room, &size, file);
-        if (got <= 0)
+    for (;;) {
+        // Nobody else has the stream: the lock of getc would cost more than the reading.
+        const int byte = getc_unlocked(file);
+        if (byte == EOF)
             break;
-        std::string_view piece(room, static_cast<std::size_t>(got));
-        const std::size_t end = piece.find(static_cast<char>(kByteThatEndsData));
-        if (end != std::string_view::npos) {
-            std::ungetc(kByteThatEndsData, file); // the next read ends here as well
-            line += piece.substr(0, end);
+        if (byte == kByteThatEndsData) {
+            std::ungetc(byte, file); // the next read ends here as well
             break;
         }
-        const bool is_ended = piece.ends_with('\n');
-        piece.remove_suffix(is_ended ? 1 : 0);
-        line += piece;
-        if (!is_ended)
+        if (byte == '\n') {
+            if (!has_text)
+                continue;
+            result = 0;
             break;
-        has_text = !is_white(piece);
-        result = has_text ? 0 : -1;
+        }
+        line += static_cast<char>(byte);
+        has_text = has_text || !is_white_space(static_cast<char>(byte));
     }
     // Lines are texts for everybody above, and a text ends at a NUL.
     line.resize(std::min(line.size(), line.find('\0')));
@@ -118,16 +113,16 @@ const Line& known(Line& line) {
     return line;
 }
 
-// The value of an entry; false, and `value` as it was, when it has no usable one.
-bool take_value(std::string_view& value, const Line& entry) {
+// The value of an entry; `value` stays as it was when it has no usable one.
+void take_value(std::string_view& value, const Line& entry) {
     std::string_view key;
     std::size_t value_at = 0;
     take_token(key, value_at, entry.text, false);
-    return take_token(value, value_at, entry.text, true) == 0;
+    take_token(value, value_at, entry.text, true);
 }
 
 // Whether `line` is the header `pattern`. Compared from column 1: an indented header is a header,
-// but never the wanted one.
+// but never the wanted one. Most lines are told apart by their beginning alone.
 bool is_header(Line& line, std::string_view pattern) {
     return line.text.starts_with(pattern) && known(line).kind == LineKind::header &&
            line.text == pattern;
@@ -148,7 +143,7 @@ struct Version {
 struct KeptFile {
     bool reusable = false; // the version tells every change
     Version version{};
-    std::string text;           // its bytes, but for blanks moved to the lines they belong to
+    std::string text;           // its data
     std::vector<Line> lines;    // the last is the one that the data ended in
     std::string section;        // the header that was found last
     std::size_t section_at = 0; // the line behind it
@@ -169,42 +164,42 @@ bool is_kept(const char* path) {
     return kept_file.reusable && stat(path, &found) == 0 && version_of(found) == kept_file.version;
 }
 
-// The data of the open file, of which `size` bytes are expected.
-std::string data_of(std::FILE* file, std::size_t size) {
-    std::string data(size + 1, '\0'); // with room for one byte more: that none comes is its end
-    std::size_t filled = 0;
-    while (const std::size_t got = std::fread(&data[filled], 1, data.size() - filled, file)) {
-        filled += got;
-        if (filled == data.size())
-            data.resize(2 * filled);
+// The data of the open file.
+std::string data_of(std::FILE* file) {
+    std::string data;
+    std::size_t end = std::string::npos;
+    for (std::size_t got = kPiece; got == kPiece && end == std::string::npos;) {
+        const std::size_t size = data.size();
+        data.resize(size + kPiece);
+        got = std::fread(&data[size], 1, kPiece, file);
+        data.resize(size + got);
+        end = data.find(static_cast<char>(kByteThatEndsData), size);
     }
-    data.resize(filled);
-    data.resize(std::min(filled, data.find(static_cast<char>(kByteThatEndsData))));
+    data.resize(std::min(data.size(), end));
     return data;
 }
 
 // Cuts the kept text into the lines that GetLine would read.
 void cut_into_lines() {
-    std::string& text = kept_file.text;
-    kept_file.lines.clear();
+    const std::string_view text = kept_file.text;
     const auto line_feeds = std::count(text.begin(), text.end(), '\n');
-    const bool has_nul = text.find('\0') != std::string::npos;
+    const bool has_nul = text.find('\0') != std::string_view::npos;
+    kept_file.lines.clear();
     kept_file.lines.reserve(1 + static_cast<std::size_t>(line_feeds));
-    std::string white; // of lines without anything else, which goes in front of the next line
     std::size_t start = 0;
+    std::size_t white = 0; // bytes of the lines before that have nothing but white space
     for (bool at_end = false; !at_end;) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
         at_end = end == text.size();
-        const std::string_view piece = std::string_view(text).substr(start, end - start);
-        if (!at_end && is_white(piece)) {
-            white += piece;
+        if (!at_end && std::all_of(&text[start], &text[end], is_white_space)) {
+            white += end - start;
         } else {
-            // It stood further in front, with line feeds in between.
-            white.copy(&text[start - white.size()], white.size());
-            const std::string_view line(piece.data() - white.size(), piece.size() + white.size());
+            // Their bytes go in front. Line feeds are among those that stand there, which makes no
+            // difference: what counts of white space in front is only how much it is.
+            const std::string_view line = text.substr(start - white, end - start + white);
             const std::size_t length = has_nul ? line.find('\0') : line.size();
             kept_file.lines.push_back({line.substr(0, length), LineKind::unknown, {}});
-            white.clear();
+            white = 0;
         }
         start = end + 1;
     }
@@ -223,7 +218,7 @@ bool read_file(const char* path) {
         fstat(fileno(file), &found) == 0 ? version_of(found) : std::nullopt;
     kept_file.reusable = version && version->seconds + kSlowestTick < std::time(nullptr);
     kept_file.version = version.value_or(Version{});
-    kept_file.text = data_of(file, static_cast<std::size_t>(kept_file.version.size));
+    kept_file.text = data_of(file);
     kept_file.section.clear();
     cut_into_lines();
     std::fclose(file);

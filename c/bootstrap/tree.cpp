@@ -55,7 +55,7 @@ std::optional<int> settled_without_copying(const char* source, const char* dest)
     return std::nullopt;
 }
 
-// A stream for the new file `dest`; null when it cannot be made, with EEXIST when it is there.
+// A stream for the new file `dest`; null when it cannot be made, or is there.
 std::FILE* make_file(const char* dest) {
     const int descriptor = open(dest, O_RDWR | O_CREAT | O_EXCL, kMadeFileMode);
     if (descriptor < 0)
@@ -93,7 +93,7 @@ int copy_plain_file(const char* source, const char* dest) {
         fail_copy(source, errno);
     // Most files are new: only one that was there can be the source itself.
     std::FILE* out = make_file(dest);
-    if (out == nullptr && errno == EEXIST) {
+    if (out == nullptr) {
         if (const std::optional<int> settled = settled_without_copying(source, dest)) {
             close_stream(in);
             return *settled;

@@ -99,6 +99,34 @@ TEST_F(KeptFile, EndsWhereItsDataEnds) {
     EXPECT_EQ(value(here.file("ini")), "1");
 }
 
+TEST_F(KeptFile, IsReadWholeWhateverItsSizeSaysAndIs) {
+    std::string entries = "[S]\n";
+    for (int number = 0; number < 5000; ++number)
+        entries += "KEY" + std::to_string(number) + "=" + std::to_string(number) + "\n";
+    const std::string file = here.write("ini", entries);
+    for (const int number : {0, 1, 999, 1234, 2500, 3333, 4998, 4999})
+        EXPECT_EQ(value(file, ("KEY" + std::to_string(number)).c_str()), std::to_string(number));
+    EXPECT_EQ(value(file, "KEY5000"), "default");
+    // The system says of this one that it is empty.
+    EXPECT_EQ(value("/proc/self/status", "Name:", nullptr), "profile_kept_te");
+}
+
+TEST_F(KeptFile, IsNotReadBeyondTheByteThatEndsItsData) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n\xFF");
+    std::filesystem::resize_file(file, std::uintmax_t{1} << 40); // a hole of a terabyte
+    EXPECT_EQ(value(file), "1");
+    EXPECT_EQ(value(file, "OTHER"), "default");
+}
+
+TEST_F(KeptFile, IsSearchedForASectionWithoutAValueInMind) {
+    const std::string file = here.write("ini", "[S]\nKEY=1\n [Indented]\n[Last]");
+    EXPECT_TRUE(has_section("S", file.c_str()));
+    EXPECT_TRUE(has_section("Last", file.c_str()));
+    for (const char* section : {"s", "Indented", "KEY", ""})
+        EXPECT_FALSE(has_section(section, file.c_str())) << section;
+    EXPECT_FALSE(has_section("S", here.file("missing").c_str()));
+}
+
 TEST_F(KeptFile, IsReadAnewWhenItsSizeChanged) {
     const std::string file = here.write("ini", "[S]\nKEY=1\n");
     EXPECT_EQ(value(file), "1");

@@ -468,6 +468,33 @@ TEST_F(ParameterFile, TheIteratorSkipsEmptyLines) {
     EXPECT_EQ(next(), -1);
 }
 
+TEST_F(ParameterFile, BlankLinesAboveALineOfTheIterationIndentIt) {
+    open(" \n\t\nA=1\n[S]\n  \nB=2\n \n[T]\n \n\n[S]\nC=3\n[S]\nD=4\n");
+    EXPECT_EQ(position("S"), 0);
+    expect_entry("B", "2");
+    EXPECT_EQ(next(), -1); // an indented header is still one
+    EXPECT_EQ(position("S"), 0);
+    expect_entry("D", "4"); // but not the wanted one
+}
+
+TEST_F(ParameterFile, ALineOfTheIterationEndsAtANul) {
+    open(std::string("[S]\0x\nA=1\0 more\nB\0=2\n", 23));
+    EXPECT_EQ(position("S"), 0);
+    expect_entry("A", "1");
+    expect_entry("B", "");
+}
+
+TEST_F(ParameterFile, NothingBehindAByte255IsEverReadByTheIteration) {
+    open("[S]\nA=1\nB=2\xFF"
+         "B=3\nC=4\n");
+    EXPECT_EQ(position("S"), 0);
+    expect_entry("A", "1");
+    expect_entry("B", "2");
+    for (int again = 0; again < 3; ++again)
+        EXPECT_EQ(next(), -1);
+    EXPECT_EQ(position("S"), -1);
+}
+
 TEST_F(ParameterFile, AByte255EndsTheIteration) {
     open("[S]\nA=1\n\xFF"
          "B=2\n");

@@ -52,6 +52,29 @@ TEST_F(CopyFile, LeavesAFileThatIsItsOwnDestinationAsItIs) {
     }
 }
 
+TEST_F(CopyFile, LeavesADirectoryThatIsItsOwnDestinationAsItIs) {
+    const std::string directory = make_directory("directory");
+    set_mode(directory, 0705);
+    for (const std::string& dest : {directory, directory + "/", directory + "/."}) {
+        EXPECT_EQ(copied_file(directory, dest), kOk) << dest;
+        EXPECT_EQ(mode_of(directory), 0705U) << dest;
+    }
+}
+
+TEST_F(CopyFile, LeavesNoDescriptorOpenWhicheverWayItEnds) {
+    const std::string file = here.write("file", "bytes");
+    const int before = dup(STDIN_FILENO);
+    close(before);
+    copied_file(file, file);
+    copied_file(file, here.file("new"));
+    copied_file(file, here.file("new"));
+    copied_file(here.file("missing"), file);
+    copied_file(here.file("new"), here.file("no/to"));
+    const int after = dup(STDIN_FILENO);
+    close(after);
+    EXPECT_EQ(after, before);
+}
+
 TEST_F(CopyFile, PassesOverAPipeASocketAndADeviceAndNamesThem) {
     const Catalogue catalogue{{"S_FILE_PASSED_OVER", "%s is no file"}};
     mkfifo(here.file("pipe").c_str(), 0600);

@@ -37,6 +37,8 @@ class Locales : public testing::Environment {
         compile("POSIX", "GB18030", "growing");
         compile("POSIX", "ISO-2022-JP", "with_shifts");
         compile("POSIX", "IBM037", "other_letters");
+        compile("POSIX", "JOHAB", "no_backslash");
+        compile("POSIX", "IBM943", "other_control");
         compile("de_DE", "ISO-8859-1", "de_DE.ISO-8859-1");
         setenv("LOCPATH", directory_.path().c_str(), 1);
     }
@@ -511,6 +513,17 @@ TEST_F(Catalogue, PlainTextsAreConvertedToo) {
     EXPECT_EQ(localised("S_X"), "\xC1\xC2\x40\xF1");
     EXPECT_EQ(localised("S_Y"), "\xC1\xDC");
     EXPECT_EQ(english("S_X"), "\xC1\xC2\x40\xF1");
+}
+
+TEST_F(Catalogue, PlainTextsAreConvertedAlsoWhereOneSignAloneIsAnother) {
+    set_locale("no_backslash");
+    EXPECT_EQ(open_default(record("S_X=a\\b") + record("S_Y=ab")), "");
+    EXPECT_EQ(localised("S_X"), "a");
+    EXPECT_EQ(localised("S_Y"), "ab");
+    nls_close();
+    set_locale("other_control");
+    EXPECT_EQ(open_default(record("S_X=a\x1C\\b")), "");
+    EXPECT_EQ(localised("S_X"), "a\x1A\\b");
 }
 
 TEST_F(Catalogue, AnUnknownCodesetIsTriedAgainWithoutItsFirstThreeCharacters) {
