@@ -2,10 +2,14 @@
 
 #include "launch_fixture.h"
 
+#include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
+#include <utility>
 
 namespace {
+
+bool survives_signals = false;
 
 constexpr int kNoted[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGXFSZ};
 
@@ -60,6 +64,32 @@ void count(int number) {
     sent_to_child = sent_to_child * 100 + number;
 }
 
+// A process that sends `number` to this one, when that is not 0, and ends; later, one that puts a
+// byte into `writing`.
+void disturb_and_write(int writing, int number) {
+    const pid_t reader = getpid();
+    if (fork() == 0) {
+        usleep(50000);
+        if (number != 0)
+            kill(reader, number);
+        _exit(0);
+    }
+    if (fork() == 0) {
+        usleep(400000);
+        put(writing, "x");
+        _exit(0);
+    }
+}
+
+} // namespace
+
+// Stands before the library's own: the first process of a system survives its signals.
+extern "C" int raise(int number) noexcept {
+    return survives_signals ? 0 : kill(getpid(), number);
+}
+
+namespace {
+
 TEST(NoteSignals, NotesTheFirstOfThemAndEndsNothing) {
     for (const int number : kNoted) {
         EXPECT_EQ(status_of([number] {
@@ -105,6 +135,35 @@ TEST(NoteSignals, LeavesWhatTheCallerHoldsBackHeld) {
               0);
 }
 
+TEST(NoteSignals, InterruptsWhatWaitsForInput) {
+    for (const int number : kNoted) {
+        EXPECT_EQ(status_of([number] {
+                      int ends[2] = {-1, -1};
+                      ASSERT_EQ(pipe(ends), 0);
+                      note_signals();
+                      disturb_and_write(ends[1], number);
+                      char byte = '\0';
+                      EXPECT_EQ(read(ends[0], &byte, 1), -1);
+                      EXPECT_EQ(errno, EINTR);
+                      EXPECT_EQ(noted_signal(), number);
+                  }),
+                  0)
+            << number;
+    }
+}
+
+TEST(NoteSignals, LeavesWhatWaitsForInputWaitingWhenAChildEnds) {
+    EXPECT_EQ(status_of([] {
+                  int ends[2] = {-1, -1};
+                  ASSERT_EQ(pipe(ends), 0);
+                  note_signals();
+                  disturb_and_write(ends[1], 0);
+                  char byte = '\0';
+                  EXPECT_EQ(read(ends[0], &byte, 1), 1);
+              }),
+              0);
+}
+
 TEST(HoldSignals, KeepsThemUntilTheyAreLetIn) {
     EXPECT_EQ(status_of([] {
                   hold_signals(); // notes them from here on
@@ -137,6 +196,21 @@ TEST(AwaitSignal, ComesBackForAChildThatEndsAlsoWhereTheCallerIgnoresThat) {
                   await_signal();
                   EXPECT_EQ(noted_signal(), 0);
                   EXPECT_GT(wait(nullptr), 0);
+              }),
+              0);
+}
+
+TEST(AwaitSignal, ComesBackForAChildThatHasEndedSinceTheSignalsWereHeld) {
+    EXPECT_EQ(status_of([] {
+                  alarm(20); // ends this process should it wait for ever
+                  hold_signals();
+                  const pid_t child = fork();
+                  if (child == 0)
+                      _exit(0);
+                  siginfo_t ended{};
+                  EXPECT_EQ(waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
+                  await_signal();
+                  EXPECT_EQ(noted_signal(), 0);
               }),
               0);
 }
@@ -183,6 +257,16 @@ TEST(GiveSignalsBack, LetsAChildWaitForItsOwnChildrenWhateverTheCallerIgnores) {
               0);
 }
 
+TEST(GiveSignalsBack, HoldsTheEndOfChildrenBackWhereTheCallerDid) {
+    EXPECT_EQ(status_of([] {
+                  block(SIGCHLD);
+                  hold_signals();
+                  give_signals_back();
+                  EXPECT_TRUE(is_blocked(SIGCHLD));
+              }),
+              0);
+}
+
 TEST(GiveSignalsBack, EndsByWhatCameWhileTheSignalsWereHeld) {
     for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
         const int status = status_of([number] {
@@ -222,10 +306,28 @@ TEST(EndBySignal, EndsByTheSignalWithoutACoreFileWhateverIsNotedOrHeld) {
     }
 }
 
+TEST(EndBySignal, EndsWithTheStatusOfAShellWhereTheProcessSurvivesIt) {
+    for (const int number : kNoted) {
+        const int status = status_of([number] {
+            survives_signals = true;
+            end_by_signal(number);
+        });
+        EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 128 + number);
+    }
+}
+
 TEST(SignalName, IsThatOfTheSystem) {
-    EXPECT_EQ(signal_name(SIGHUP), "SIGHUP");
-    EXPECT_EQ(signal_name(SIGKILL), "SIGKILL");
-    EXPECT_EQ(signal_name(SIGXFSZ), "SIGXFSZ");
+    const std::pair<int, const char*> names[] = {
+        {SIGHUP, "SIGHUP"},   {SIGINT, "SIGINT"},       {SIGQUIT, "SIGQUIT"}, {SIGILL, "SIGILL"},
+        {SIGTRAP, "SIGTRAP"}, {SIGABRT, "SIGABRT"},     {SIGBUS, "SIGBUS"},   {SIGFPE, "SIGFPE"},
+        {SIGKILL, "SIGKILL"}, {SIGUSR1, "SIGUSR1"},     {SIGSEGV, "SIGSEGV"}, {SIGUSR2, "SIGUSR2"},
+        {SIGPIPE, "SIGPIPE"}, {SIGALRM, "SIGALRM"},     {SIGTERM, "SIGTERM"}, {SIGCHLD, "SIGCHLD"},
+        {SIGCONT, "SIGCONT"}, {SIGSTOP, "SIGSTOP"},     {SIGTSTP, "SIGTSTP"}, {SIGTTIN, "SIGTTIN"},
+        {SIGTTOU, "SIGTTOU"}, {SIGURG, "SIGURG"},       {SIGXCPU, "SIGXCPU"}, {SIGXFSZ, "SIGXFSZ"},
+        {SIGPROF, "SIGPROF"}, {SIGVTALRM, "SIGVTALRM"}, {SIGPOLL, "SIGPOLL"}, {SIGSYS, "SIGSYS"}};
+    for (const auto& [number, name] : names)
+        EXPECT_EQ(signal_name(number), name);
 }
 
 TEST(SignalName, IsTheNumberWhereThereIsNoName) {
