@@ -3,10 +3,25 @@
 #include "launch_fixture.h"
 #include "platform/signals.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <dlfcn.h>
 #include <sys/resource.h>
 
 namespace {
+
+// What befalls this process in the calls below.
+int comes_with_fork = 0;         // a signal
+int comes_with_end_of_child = 0; // a signal
+bool names_any_child = true;
+bool names_a_child = true;
+bool shell_gets_signals_held = false;
+
+void send_self(int number) {
+    if (number != 0)
+        kill(getpid(), number);
+}
 
 bool is_held(int number) {
     sigset_t mask;
@@ -17,6 +32,59 @@ bool is_held(int number) {
 int ended_with(int code) {
     return code << 8;
 }
+
+// The status of a process of its own in which `call` ran; a false expectation in it is 99.
+template <typename Call>
+int status_of(const Call& call) {
+    return end_of_child([&] {
+               alarm(20); // ends this process should it wait for ever
+               call();
+               return testing::Test::HasFailure() ? 99 : 0;
+           })
+        .status;
+}
+
+} // namespace
+
+// These stand before the library's own.
+extern "C" pid_t fork() noexcept {
+    using Fork = pid_t (*)();
+    static const auto of_the_system = reinterpret_cast<Fork>(dlsym(RTLD_NEXT, "fork"));
+    const pid_t child = of_the_system();
+    if (child > 0 && comes_with_fork != 0) {
+        send_self(comes_with_fork);
+        usleep(200000); // in which a child that waits for nothing is done
+    }
+    return child;
+}
+
+extern "C" pid_t waitpid(pid_t which, int* status, int options) {
+    using Waitpid = pid_t (*)(pid_t, int*, int);
+    static const auto of_the_system = reinterpret_cast<Waitpid>(dlsym(RTLD_NEXT, "waitpid"));
+    if (which == -1 ? !names_any_child : !names_a_child) {
+        errno = ENOSYS;
+        return -1;
+    }
+    const pid_t ended = of_the_system(which, status, options);
+    if (ended > 0)
+        send_self(comes_with_end_of_child);
+    return ended;
+}
+
+extern "C" int execl(const char* path, const char* name, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, name);
+    char* option = va_arg(arguments, char*);
+    char* command = va_arg(arguments, char*);
+    va_end(arguments);
+    if (shell_gets_signals_held != is_held(SIGTERM))
+        _exit(98);
+    std::string first = name;
+    char* vector[] = {first.data(), option, command, nullptr};
+    return execv(path, vector);
+}
+
+namespace {
 
 TEST(StartChild, GivesTheParentTheChildAndBothTheirSignalsHeld) {
     const pid_t child = start_child();
@@ -59,6 +127,69 @@ TEST(StartChild, StartsNoneOnceASignalIsNoted) {
         return testing::Test::HasFailure() ? 99 : 0;
     });
     EXPECT_EQ(end.status, 0) << end.out;
+}
+
+TEST(StartChild, EndsTheChildBeforeItDoesAnythingWhenASignalCameWithIt) {
+    const TemporaryDirectory room;
+    EXPECT_EQ(status_of([&] {
+                  comes_with_fork = SIGTERM;
+                  const pid_t child = start_child();
+                  const int reason = errno;
+                  if (child == 0) {
+                      room.write("ran", "");
+                      _exit(0);
+                  }
+                  EXPECT_EQ(child, -1);
+                  EXPECT_EQ(reason, EINTR);
+                  EXPECT_EQ(noted_signal(), SIGTERM);
+                  EXPECT_FALSE(is_held(SIGTERM));
+                  EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << "a child is left";
+              }),
+              0);
+    EXPECT_FALSE(std::filesystem::exists(room.file("ran")));
+}
+
+TEST(StartChild, WithoutADescriptorLeftTellsWhyAndHoldsNothing) {
+    EXPECT_EQ(status_of([] {
+                  rlimit descriptors{};
+                  getrlimit(RLIMIT_NOFILE, &descriptors);
+                  descriptors.rlim_cur = 3;
+                  setrlimit(RLIMIT_NOFILE, &descriptors);
+                  const pid_t child = start_child();
+                  const int reason = errno;
+                  EXPECT_EQ(child, -1);
+                  EXPECT_EQ(reason, EMFILE);
+                  EXPECT_FALSE(is_held(SIGTERM));
+              }),
+              0);
+}
+
+TEST(WaitForChild, NotesWhatCameWithTheEndOfTheChild) {
+    EXPECT_EQ(status_of([] {
+                  const pid_t child = start_child();
+                  if (child == 0)
+                      _exit(6);
+                  comes_with_end_of_child = SIGINT;
+                  int status = -1;
+                  EXPECT_TRUE(wait_for_child(status, child));
+                  EXPECT_EQ(status, ended_with(6));
+                  EXPECT_EQ(noted_signal(), SIGINT);
+                  EXPECT_TRUE(is_held(SIGINT));
+              }),
+              0);
+}
+
+TEST(WaitForChild, AsksForTheChildItselfWhereTheSystemNamesNone) {
+    EXPECT_EQ(status_of([] {
+                  const pid_t child = start_child();
+                  if (child == 0)
+                      _exit(6);
+                  names_any_child = false;
+                  int status = -1;
+                  EXPECT_TRUE(wait_for_child(status, child));
+                  EXPECT_EQ(status, ended_with(6));
+              }),
+              0);
 }
 
 TEST(WaitForChild, ReapsAndPassesOverOtherChildren) {
@@ -119,6 +250,38 @@ TEST(RunShellCommand, LetsTheSignalsInBeforeAndAfter) {
     EXPECT_EQ(run_shell_command("sh -c 'kill -ALRM $$'") & 0x7f, SIGALRM);
     EXPECT_FALSE(is_held(SIGTERM));
     EXPECT_FALSE(is_held(SIGCHLD));
+}
+
+TEST(RunShellCommand, GivesTheShellTheMaskOfTheCaller) {
+    EXPECT_EQ(run_shell_command("true"), 0);
+    EXPECT_EQ(status_of([] {
+                  sigset_t only;
+                  sigemptyset(&only);
+                  sigaddset(&only, SIGTERM);
+                  sigprocmask(SIG_BLOCK, &only, nullptr);
+                  note_signals();
+                  shell_gets_signals_held = true;
+                  EXPECT_EQ(run_shell_command("true"), 0);
+              }),
+              0);
+}
+
+TEST(RunShellCommand, WithoutAShellEndsWithTheStatusOfAShellThatFindsNoCommand) {
+    // Longer than any system lets an argument be.
+    EXPECT_EQ(run_shell_command("true " + std::string(16U << 20, 'x')), ended_with(127));
+}
+
+TEST(RunShellCommand, WhoseEndCannotBeLearntGivesTheSystemsReason) {
+    EXPECT_EQ(status_of([] {
+                  names_any_child = names_a_child = false;
+                  const int status = run_shell_command("true");
+                  const int reason = errno;
+                  EXPECT_EQ(status, -1);
+                  EXPECT_EQ(reason, ENOSYS);
+                  EXPECT_FALSE(is_held(SIGTERM));
+                  EXPECT_GT(wait(nullptr), 0);
+              }),
+              0);
 }
 
 TEST(RunShellCommand, HandsOnWhatIsSentToThisProcess) {
