@@ -3,8 +3,14 @@
 #include "unit_surroundings.h"
 
 #include <cerrno>
+#include <csignal>
+#include <sys/resource.h>
 
 namespace {
+
+// The start of every program in this directory fails with `far_error`.
+std::string far_directory;
+int far_error = 0;
 
 struct End {
     int status = -1; // the exit code of what was started
@@ -68,6 +74,15 @@ class ProgramStart : public testing::Test {
 
 } // namespace
 
+// Stands before the library's own.
+extern "C" int execv(const char* path, char* const* arguments) noexcept {
+    if (far_error != 0 && std::string(path).starts_with(far_directory + "/")) {
+        errno = far_error;
+        return -1;
+    }
+    return execve(path, arguments, environ);
+}
+
 TEST_F(ProgramStart, APathIsStartedAsItStands) {
     make_program("bin/program", 7);
     expect_started(here.file("bin/program"), 7);
@@ -113,6 +128,28 @@ TEST_F(ProgramStart, TheSearchPassesOverADirectoryThatIsTooLong) {
     expect_started("program", 4);
 }
 
+TEST_F(ProgramStart, TheSearchPassesOverADirectoryThatIsOutOfReach) {
+    make_program("last/program", 4);
+    far_directory = here.file("far");
+    const Variable path("PATH", path_of({"far", "last"}));
+    for (const int error : {ESTALE, ENODEV, ETIMEDOUT}) {
+        far_error = error;
+        expect_started("program", 4);
+    }
+    far_error = 0;
+}
+
+TEST_F(ProgramStart, TheSearchEndsAtAFileThatTheSystemCannotStart) {
+    make_program("last/program", 4);
+    far_directory = here.file("far");
+    const Variable path("PATH", path_of({"far", "last"}));
+    for (const int error : {EIO, ENOMEM, E2BIG, ETXTBSY, EPERM}) {
+        far_error = error;
+        expect_refused("program", here.file("far/program"), error);
+    }
+    far_error = 0;
+}
+
 TEST_F(ProgramStart, TheSearchEndsAtAFileThatIsNoProgram) {
     make("first/program", std::string(10, '\0'));
     make_program("last/program", 4);
@@ -125,6 +162,8 @@ TEST_F(ProgramStart, ATextGoesToTheShellWithItsNameAndItsArguments) {
         make("bin/program", "printf '%s|' \"$0\" \"$@\" > '" + here.file("given") + "'\nexit 5\n");
     EXPECT_EQ(start(program, {"zero", "one", "", "t w o"}).status, 5);
     EXPECT_EQ(bytes_of(here.file("given")), program + "|one||t w o|");
+    EXPECT_EQ(start(program, {"zero", "one"}).status, 5);
+    EXPECT_EQ(bytes_of(here.file("given")), program + "|one|");
     EXPECT_EQ(start(program, {}).status, 5);
     EXPECT_EQ(bytes_of(here.file("given")), program + "|");
     const Variable path("PATH", here.file("bin"));
@@ -150,4 +189,37 @@ TEST_F(ProgramStart, ProgramsCanBeStartedFromAnOrdinaryDirectoryAndNothingStaysT
     EXPECT_EQ(refusal_of_programs_in(here.path()), 0);
     EXPECT_TRUE(std::filesystem::is_empty(here.path()));
     EXPECT_EQ(refusal_of_programs_in(here.file("missing")), 0);
+}
+
+TEST_F(ProgramStart, OnlyWhatForbidsProgramsIsARefusalOfThem) {
+    far_directory = here.path();
+    for (const int error : {EACCES, EPERM, ENOEXEC, ETXTBSY, EIO, ENOMEM}) {
+        far_error = error;
+        const bool refuses = error == EACCES || error == EPERM;
+        EXPECT_EQ(refusal_of_programs_in(here.path()), refuses ? error : 0);
+        EXPECT_TRUE(std::filesystem::is_empty(here.path()));
+    }
+    far_error = 0;
+}
+
+TEST_F(ProgramStart, AFileThatCannotBeWrittenSaysNothingAboutPrograms) {
+    as_ordinary_user([] {
+        const TemporaryDirectory full;
+        far_directory = full.path();
+        far_error = EACCES;
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit nothing{0, 0};
+        setrlimit(RLIMIT_FSIZE, &nothing);
+        EXPECT_EQ(refusal_of_programs_in(full.path()), 0);
+        EXPECT_TRUE(std::filesystem::is_empty(full.path()));
+    });
+}
+
+TEST_F(ProgramStart, TheProofThatProgramsCanBeStartedLeavesNoDescriptorOpen) {
+    const int before = dup(STDIN_FILENO);
+    close(before);
+    EXPECT_EQ(refusal_of_programs_in(here.path()), 0);
+    const int after = dup(STDIN_FILENO);
+    close(after);
+    EXPECT_EQ(after, before);
 }
