@@ -76,16 +76,39 @@ TEST_F(ProgramFile, AScriptNamesItsInterpreter) {
     EXPECT_EQ(runner("#!/bin/sh"), "/bin/sh");
     EXPECT_EQ(runner("#! \t /usr/bin/env -i sh\nexit"), "/usr/bin/env");
     EXPECT_EQ(runner("#!/bin/sh\r\nexit\r\n"), "/bin/sh\r");
+    EXPECT_EQ(runner("#!/bin/sh\t-e\n"), "/bin/sh");
     EXPECT_EQ(runner("#!\n/bin/sh\n"), "");
     EXPECT_EQ(runner("#!"), "");
     EXPECT_EQ(runner("#!  "), "");
     EXPECT_EQ(runner(" #!/bin/sh\n"), "");
+    EXPECT_EQ(runner("# /bin/sh\n"), "");
+}
+
+TEST_F(ProgramFile, AnInterpreterIsNamedAsFarAsAnySystemReadsIt) {
+    const std::string name(1024, 'x');
+    EXPECT_EQ(runner("#! " + name + "\n"), name);
+    EXPECT_EQ(runner("#! " + name + "x\n"), name);
 }
 
 TEST_F(ProgramFile, AProgramNamesItsLoader) {
     EXPECT_EQ(runner(program(true, "/lib64/loader")), "/lib64/loader");
     EXPECT_EQ(runner(program(false, "/lib/loader")), "/lib/loader");
     EXPECT_NE(runner_named_by("/proc/self/exe"), "");
+}
+
+TEST_F(ProgramFile, ALoaderIsNamedInTheFirst4096Bytes) {
+    const std::size_t around = program(true, "").size();
+    const std::string name(4096 - around, 'x');
+    EXPECT_EQ(runner(program(true, name) + "more"), name);
+    EXPECT_EQ(runner(program(true, name + "x") + "more"), "");
+}
+
+TEST_F(ProgramFile, APipeIsNotWaitedForAndIsNoProgram) {
+    ASSERT_EQ(mkfifo(here.file("pipe").c_str(), 0600), 0);
+    alarm(20); // ends this process should it wait for ever
+    EXPECT_FALSE(is_plain_text(here.file("pipe")));
+    EXPECT_EQ(runner_named_by(here.file("pipe")), "");
+    alarm(0);
 }
 
 TEST_F(ProgramFile, AProgramThatIsCutShortOrHasNoLoaderNamesNone) {
