@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 
@@ -12,6 +13,18 @@ namespace {
 struct statvfs volume {};
 std::string asked;
 bool can_be_asked = true;
+int told_at_close = 0;
+
+// What is said to another file in a directory where files have at most `size` bytes.
+int refusal_with_files_of(rlim_t size) {
+    const TemporaryDirectory here;
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit longest{size, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &longest);
+    const int error = refusal_of_a_file_in(here.path());
+    EXPECT_TRUE(std::filesystem::is_empty(here.path()));
+    return error;
+}
 
 class VolumeRoom : public testing::Test {
   protected:
@@ -30,6 +43,17 @@ class VolumeRoom : public testing::Test {
 };
 
 } // namespace
+
+// Some file systems tell only here that there is no room.
+extern "C" int close(int descriptor) {
+    using Close = int (*)(int);
+    static const auto of_the_system = reinterpret_cast<Close>(dlsym(RTLD_NEXT, "close"));
+    const int result = of_the_system(descriptor);
+    if (told_at_close == 0)
+        return result;
+    errno = told_at_close;
+    return -1;
+}
 
 // Stands before the library's own, so that the numbers are exact.
 extern "C" int statvfs(const char* path, struct statvfs* result) noexcept {
@@ -56,6 +80,12 @@ TEST_F(VolumeRoom, CountsLargeVolumesWithoutOverflow) {
     volume.f_bavail = 1UL << 50;
     volume.f_frsize = 4096;
     EXPECT_EQ(room_at("/").bytes, 1ULL << 62);
+}
+
+TEST_F(VolumeRoom, HasBlocksOfOneByteWhereTheirSizeIsNotTold) {
+    volume.f_frsize = 0;
+    EXPECT_EQ(room_at("/").block, 1U);
+    EXPECT_EQ(room_at("/").bytes, 1000U);
 }
 
 TEST_F(VolumeRoom, ThatCannotBeAskedAboutIsNotKnownAndNeverShort) {
@@ -106,5 +136,23 @@ TEST(AnotherFile, ThatCannotBeWrittenIsRemovedAndTheReasonIsTold) {
         setrlimit(RLIMIT_FSIZE, &nothing);
         EXPECT_EQ(refusal_of_a_file_in(here.path()), EFBIG);
         EXPECT_TRUE(std::filesystem::is_empty(here.path()));
+    });
+}
+
+TEST(AnotherFile, ThatIsWrittenOnlyInPartFindsNoRoom) {
+    as_ordinary_user([] {
+        EXPECT_EQ(refusal_with_files_of(4096), 0);
+        EXPECT_EQ(refusal_with_files_of(4095), ENOSPC);
+    });
+}
+
+TEST(AnotherFile, IsRefusedWhereThatIsToldOnlyWhenItIsClosed) {
+    as_ordinary_user([] {
+        told_at_close = EDQUOT;
+        EXPECT_EQ(refusal_with_files_of(4096), EDQUOT);
+        // The first reason is told.
+        EXPECT_EQ(refusal_with_files_of(4095), ENOSPC);
+        EXPECT_EQ(refusal_with_files_of(0), EFBIG);
+        told_at_close = 0;
     });
 }
