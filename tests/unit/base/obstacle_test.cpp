@@ -37,6 +37,8 @@ TEST(ObstacleOnTheWay, IsTheFirstPartThatIsNotThereOrNoDirectory) {
     const WorkingDirectory in(here.path());
     EXPECT_EQ(obstacle(here.file("one/two/three")), Found(here.file("one"), ENOENT));
     EXPECT_EQ(obstacle("one/two"), Found("one", ENOENT));
+    EXPECT_EQ(obstacle("x/y/z"), Found("x", ENOENT));
+    EXPECT_EQ(obstacle("/x/y/z"), Found("/x", ENOENT));
     EXPECT_EQ(obstacle(file + "/below/it"), Found(file, ENOTDIR));
     EXPECT_EQ(obstacle("file/below"), Found("file", ENOTDIR));
     EXPECT_EQ(obstacle(here.file("link/below")), Found(here.file("link"), ENOENT));
@@ -56,6 +58,17 @@ TEST(ObstacleOnTheWay, IsTheDirectoryThatMayNotBeSearched) {
         const WorkingDirectory in(here.file("open"));
         EXPECT_EQ(obstacle("closed/inner"), Found("closed", EACCES));
         make_directory(here.file("open/closed"));
+    });
+}
+
+TEST(ObstacleOnTheWay, IsTheCurrentDirectoryWhereThatMayNotBeSearched) {
+    as_ordinary_user([] {
+        const TemporaryDirectory here;
+        make_directory(here.file("closed/inner"));
+        EXPECT_EQ(chdir(here.file("closed").c_str()), 0);
+        make_directory(here.file("closed"), 0600);
+        EXPECT_EQ(obstacle("inner/file"), Found(".", EACCES));
+        make_directory(here.file("closed"));
     });
 }
 
@@ -83,6 +96,17 @@ TEST(WholePath, OfWhatCannotBeResolvedIsThePathBehindTheCurrentDirectory) {
     const WorkingDirectory in(here.path());
     EXPECT_EQ(whole_path("no/such/file"), here.file("no/such/file"));
     EXPECT_EQ(whole_path("/no/such/file"), "/no/such/file");
+}
+
+TEST(WholePath, FromADirectoryThatIsGoneIsThePathAsItWasGiven) {
+    as_ordinary_user([] {
+        const TemporaryDirectory here;
+        make_directory(here.file("gone"));
+        EXPECT_EQ(chdir(here.file("gone").c_str()), 0);
+        std::filesystem::remove(here.file("gone"));
+        EXPECT_EQ(whole_path("no/such/file"), "no/such/file");
+        EXPECT_EQ(whole_path("file"), "file");
+    });
 }
 
 TEST(ExistingPart, IsTheLongestThatIsThere) {
