@@ -1,5 +1,6 @@
 #include "log/reasons.h"
 
+#include "log/install_log.h"
 #include "noted_signal.h"
 #include "unit_surroundings.h"
 
@@ -13,6 +14,14 @@ class Reasons : public testing::Test {
   protected:
     static std::string told(const std::string& path, int error, const Need& need = {}) {
         return complained_by([&] { complain_of_place(path, error, need); });
+    }
+    // What stands in the log of a launch after the call.
+    template <typename Call>
+    std::string logged_by(const Call& call) const {
+        openLog(here.path(), here.file("no_such_pointer_file"), "STAMP", "/log");
+        complained_by(call);
+        closeLog();
+        return bytes_of(sLogLoc);
     }
     Catalogue catalogue{{"S_ROOM", "%s|%s|%lld|%s|%lld|%lld"},
                         {"S_REASON", "%s|%s"},
@@ -43,6 +52,7 @@ TEST_F(Reasons, AnErrorThatSpeaksOfRoomIsToldWithTheRoomThere) {
         const std::string line = told(here.file("new"), error, {3U << 20, 4});
         EXPECT_TRUE(line.starts_with("<" + here.file("new") + "|" + std::strerror(error) + "|"));
         EXPECT_TRUE(line.ends_with("|3|4>\n"));
+        EXPECT_TRUE(told(here.file("new"), error, {0, 1}).ends_with("|0|1>\n"));
     }
 }
 
@@ -68,6 +78,16 @@ TEST_F(Reasons, ACommandWithoutAProcessIsToldWithTheSystemsWords) {
 TEST_F(Reasons, ACommandThatASignalEndedIsToldWithTheSignal) {
     EXPECT_EQ(complained_by([] { complain_of_command("/x/unzip a", SIGSEGV, 0); }),
               "<ended: SIGSEGV|11|/x/unzip a>\n");
+}
+
+TEST_F(Reasons, OfACommandThatDidNotEndByItselfTheLogHasALineInEnglish) {
+    EXPECT_EQ(logged_by([] { complain_of_command("/x/unzip a ", -1, EAGAIN); }),
+              "\nno process: /x/unzip a|Resource temporarily unavailable");
+    std::filesystem::remove(sLogLoc);
+    EXPECT_EQ(logged_by([] { complain_of_command("/x/unzip a", SIGSEGV, 0); }),
+              "\nended: SIGSEGV|11|/x/unzip a");
+    std::filesystem::remove(sLogLoc);
+    EXPECT_EQ(logged_by([] { complain_of_command("/x/unzip a", 0, 0); }), "");
 }
 
 TEST_F(Reasons, NothingIsToldOfACommandThatEndedByItself) {
