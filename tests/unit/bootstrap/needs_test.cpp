@@ -48,6 +48,7 @@ TEST_F(Needs, OfArchivesAreTheSizesOfTheirFilesInWholeBlocks) {
     make_file("jars/b.jar", archive({{"three", 513}}));
     make_file("jars/c.zip", archive({{"four", 4000}}));
     make_file("jars/deep/d.jar", archive({{"five", 5000}}));
+    make_file("jars/e.jar.old", archive({{"six", 6000}}));
     expect(need_of_archives(here.file("jars"), 512), 512 + 512 + 1024, 4);
     expect(need_of_archives(here.file("jars"), 1), 1 + 512 + 513, 4);
 }
@@ -56,6 +57,28 @@ TEST_F(Needs, OfAnArchiveAreFoundBeforeItsComment) {
     expect(of_archives(archive({{"file", 10}}, "a comment")), 512, 1);
     expect(of_archives(archive({{"file", 10}}, std::string(65535, 'x'))), 512, 1);
     expect(of_archives(archive({})), 0, 0);
+}
+
+TEST_F(Needs, OfAnArchiveAreThoseOfItsOwnTableNotOfAnArchiveInIt) {
+    const std::string inner = archive({{"inner", 5000}});
+    expect(of_archives(archive({{"file", 10}}, "", inner)), 512, 1);
+}
+
+TEST_F(Needs, OfALargeArchiveAreReadFromWholeNumbers) {
+    expect(of_archives(archive({{"file", 0xfedcba98}})), 0xfedcbc00, 1);
+    expect(of_archives(archive({{"file", 10}}, "", std::string(0x12345, 'x'))), 512, 1);
+    expect(of_archives(archive({{std::string(0x1234, 'n'), 10}, {"two", 20}})), 1024, 2);
+    const std::vector<Entry> many(3000, {"a name of some length", 10});
+    expect(of_archives(archive(many)), 3000 * 512, 3000);
+}
+
+TEST_F(Needs, OfAnEntryWithoutATextBehindItAreCounted) {
+    const std::string entry =
+        "PK\1\2" + std::string(20, '\0') + number(10, 4) + std::string(18, '\0');
+    const std::string table = entry + entry;
+    expect(of_archives(table + "PK\5\6" + std::string(8, '\0') + number(table.size(), 4) +
+                       number(0, 4) + number(0, 2)),
+           1024, 2);
 }
 
 TEST_F(Needs, OfWhatIsNoArchiveAreNothing) {
@@ -77,6 +100,28 @@ TEST_F(Needs, OfATableThatDoesNotLieInTheFileAreNothing) {
     for (const unsigned long length : {1UL, 46UL, 0x7fffffffUL, 0xffffffffUL})
         for (const unsigned long start : {1UL, 0xffffffffUL})
             expect(of_archives(end + number(length, 4) + number(start, 4) + number(0, 2)), 0, 0);
+}
+
+TEST_F(Needs, OfATableThatRunsBeyondTheFileAreNothing) {
+    std::string bytes = archive({{"one", 10}});
+    const std::size_t length_at = bytes.rfind("PK\5\6") + 12;
+    const std::size_t begins_at = std::string("the files").size();
+    bytes.replace(length_at, 4, number(bytes.size() - begins_at, 4));
+    expect(of_archives(bytes), 512, 1);
+    bytes.replace(length_at, 4, number(bytes.size() - begins_at + 1, 4));
+    expect(of_archives(bytes), 0, 0);
+}
+
+TEST_F(Needs, OfATableThatIsLongerThanAnyJarHasAreNothing) {
+    const std::string entry = archive({{"one", 10}});
+    for (const auto& [length, files] : {std::pair(64UL << 20, 1UL), {(64UL << 20) + 1, 0UL}}) {
+        make_file("jars/a.jar", entry);
+        const std::string path = here.file("jars/a.jar");
+        std::filesystem::resize_file(path, length + 100);
+        std::ofstream(path, std::ios::app)
+            << "PK\5\6" + std::string(8, '\0') + number(length, 4) + number(9, 4) + number(0, 2);
+        expect(need_of_archives(here.file("jars"), 512), files * 512, files);
+    }
 }
 
 TEST_F(Needs, OfATableWithOtherRecordsEndThere) {
