@@ -16,6 +16,13 @@ struct Decisions : testing::Test {
     std::string original;
 };
 
+TEST_F(Decisions, ASettingIsOnThatBeginsWithACapitalT) {
+    for (const char* text : {"T", "TRUE", "True", "T x"})
+        EXPECT_TRUE(is_on(text)) << text;
+    for (const char* text : {"", "F", "FALSE", "t", "true", "1", "Y", " TRUE"})
+        EXPECT_FALSE(is_on(text)) << text;
+}
+
 TEST_F(Decisions, TheStartLocationIsTheLaunchersDirectory) {
     decide_start_location(command_line, "/here", true, settings, original);
     EXPECT_EQ(settings.startupLoc, "/stage/install");
@@ -56,8 +63,10 @@ TEST_F(Decisions, TheRuntimeIsBroughtWhenOneIsKnown) {
 
 TEST_F(Decisions, TheRuntimeIsAskedForWhenNoneIsKnownUnlessThatIsForbidden) {
     EXPECT_EQ(decide_on_runtime(command_line, settings), RuntimeOrigin::asked);
-    launcher_state::disableJrePrompt = "true";
-    EXPECT_EQ(decide_on_runtime(command_line, settings), RuntimeOrigin::asked);
+    for (const char* text : {"true", "T", "TRUE ", "TRUELY", "FALSE"}) {
+        launcher_state::disableJrePrompt = text;
+        EXPECT_EQ(decide_on_runtime(command_line, settings), RuntimeOrigin::asked) << text;
+    }
     launcher_state::disableJrePrompt = "TRUE";
     EXPECT_EQ(decide_on_runtime(command_line, settings), RuntimeOrigin::none_allowed);
     command_line.bBootStrapOnly = true;
@@ -69,7 +78,7 @@ TEST_F(Decisions, TheRuntimeIsAskedForWhenNoneIsKnownUnlessThatIsForbidden) {
 TEST_F(Decisions, AMaskIsThreeOctalDigits) {
     EXPECT_EQ(mask_of("022"), 022);
     EXPECT_EQ(mask_of("777"), 0777);
-    for (const char* text : {"", "22", "0228", "08", "018", "abc", "0 2"})
+    for (const char* text : {"", "22", "0022", "0228", "08", "018", "abc", "0 2"})
         EXPECT_EQ(mask_of(text), std::nullopt) << text;
 }
 
