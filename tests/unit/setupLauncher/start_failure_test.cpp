@@ -1,11 +1,21 @@
 #include "setupLauncher/start_failure.h"
 
 #include "launch_fixture.h"
+#include "unit_surroundings.h"
 
 #include <cerrno>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
+
+// Whom the launcher is told that it runs for, where that is somebody else.
+struct User {
+    uid_t id;
+    gid_t group;
+    std::vector<gid_t> groups;
+};
+const User* user = nullptr;
 
 class StartFailureTest : public LaunchFixture {
   protected:
@@ -21,6 +31,14 @@ class StartFailureTest : public LaunchFixture {
         return said.err;
     }
 
+    // The key that `user` is told of the file `path`, which the system refuses.
+    static std::string key_told_to(const User& somebody, const std::string& path) {
+        user = &somebody;
+        const std::string text = told(path, EACCES);
+        user = nullptr;
+        return text.substr(1, text.find('|') - 1);
+    }
+
     // The line about `path` with `remedies` behind it.
     static std::string line(const char* key, std::vector<std::string> args, int error,
                             const std::vector<const char*>& remedies = {"S_REMEDY_JRELOC"}) {
@@ -34,6 +52,44 @@ class StartFailureTest : public LaunchFixture {
 
 } // namespace
 
+// These stand before the library's own.
+extern "C" uid_t geteuid() noexcept {
+    return user != nullptr ? user->id : static_cast<uid_t>(syscall(SYS_geteuid));
+}
+
+extern "C" gid_t getegid() noexcept {
+    return user != nullptr ? user->group : static_cast<gid_t>(syscall(SYS_getegid));
+}
+
+extern "C" int getgroups(int size, gid_t* groups) noexcept {
+    if (user == nullptr)
+        return static_cast<int>(syscall(SYS_getgroups, size, groups));
+    if (size != 0)
+        std::copy(user->groups.begin(), user->groups.end(), groups);
+    return static_cast<int>(user->groups.size());
+}
+
+TEST_F(StartFailureTest, TellsByTheModeWhoMayExecuteAFile) {
+    const std::string file = make("file", "#!/bin/sh\n");
+    struct stat of_file {};
+    ASSERT_EQ(stat(file.c_str(), &of_file), 0);
+    const uid_t owner = of_file.st_uid;
+    const gid_t group = of_file.st_gid;
+    const User owns{owner, group + 1, {}};
+    const User in_group{owner + 1, group, {}};
+    const User in_groups{owner + 1, group + 1, {group + 2, group}};
+    const User other{owner + 1, group + 1, {group + 2, group + 3}};
+    const std::pair<unsigned, const User*> allowed[] = {
+        {0100, &owns}, {0010, &in_group}, {0010, &in_groups}, {0001, &other}};
+    for (const auto& [bit, who] : allowed) {
+        // Only the bit of whoever it is counts, also where all others are set.
+        std::filesystem::permissions(file, std::filesystem::perms(0444 | bit));
+        EXPECT_EQ(key_told_to(*who, file), "S_START_NOEXEC") << bit;
+        std::filesystem::permissions(file, std::filesystem::perms(0555 & ~bit));
+        EXPECT_EQ(key_told_to(*who, file), "S_START_NOT_EXECUTABLE") << bit;
+    }
+}
+
 TEST_F(StartFailureTest, TellsTheKindOfFileThatTheSystemRefuses) {
     const std::string refused = make("refused", "x", 0644);
     EXPECT_EQ(told(refused, EACCES), line("S_START_NOT_EXECUTABLE", {refused}, EACCES));
@@ -43,6 +99,8 @@ TEST_F(StartFailureTest, TellsTheKindOfFileThatTheSystemRefuses) {
     EXPECT_EQ(told(fine, EACCES), line("S_START_NOEXEC", {fine}, EACCES));
     EXPECT_EQ(told(fine, EPERM), line("S_START_NOEXEC", {fine}, EPERM));
     EXPECT_EQ(told(fine, ENOEXEC), line("S_START_NO_PROGRAM", {fine}, ENOEXEC));
+    const std::string missing = room.file("missing");
+    EXPECT_EQ(told(missing, EACCES), line("S_START_OTHER", {missing}, EACCES));
 }
 
 TEST_F(StartFailureTest, TellsAnInterpreterThatIsMissingOrRefused) {
@@ -79,6 +137,9 @@ TEST_F(StartFailureTest, TellsTheDirectoryThatMayNotBeSearched) {
         EXPECT_EQ(
             told(room.file("closed/bin/java"), EACCES),
             line("S_START_CLOSED", {room.file("closed/bin/java"), room.file("closed")}, EACCES));
+        EXPECT_EQ(told(room.file("closed/bin/java"), EACCES, room.path()),
+                  line("S_START_CLOSED", {room.file("closed/bin/java"), room.file("closed")},
+                       EACCES, {"S_REMEDY_SCRATCHPATH", "S_REMEDY_JRELOC"}));
     };
     // The fixture's files are there already; only the looking needs an ordinary user.
     std::fflush(nullptr);
@@ -100,6 +161,7 @@ TEST_F(StartFailureTest, NamesNoOtherRuntimeWhereThatIsNoRemedy) {
     const std::string file = make("file", "x");
     EXPECT_EQ(told(file, ETXTBSY), line("S_START_BUSY", {file}, ETXTBSY, {}));
     EXPECT_EQ(told(file, ENOMEM), line("S_START_OTHER", {file}, ENOMEM, {}));
+    EXPECT_EQ(told(file, EAGAIN), line("S_START_OTHER", {file}, EAGAIN, {}));
     EXPECT_EQ(told(file, EIO), line("S_START_OTHER", {file}, EIO));
 }
 
@@ -111,6 +173,22 @@ TEST_F(StartFailureTest, NamesAnotherScratchDirectoryForAProgramInIt) {
     EXPECT_EQ(told(java, EACCES, room.file("scrat")), line("S_START_NOEXEC", {java}, EACCES));
     EXPECT_EQ(told(java, ENOEXEC, room.file("scratch")),
               line("S_START_NO_PROGRAM", {java}, ENOEXEC));
+}
+
+TEST_F(StartFailureTest, TellsAProgramInTheScratchDirectoryHoweverThatIsCalled) {
+    make("scratch/bin/java", "x");
+    const std::string java = room.file("scratch/bin/java");
+    std::filesystem::create_directory_symlink(room.path(), room.file("link"));
+    std::filesystem::current_path(room.path());
+    const std::string room_name = std::filesystem::path(room.path()).filename().string();
+    for (const std::string& scratch :
+         {std::string("scratch"), "../" + room_name + "/scratch", room.file("link/scratch")}) {
+        EXPECT_EQ(told(java, EACCES, scratch), line("S_START_NOEXEC", {java}, EACCES,
+                                                    {"S_REMEDY_SCRATCHPATH", "S_REMEDY_JRELOC"}))
+            << scratch;
+    }
+    // Without a scratch directory it lies in none, also below the current directory.
+    EXPECT_EQ(told(java, EACCES, ""), line("S_START_NOEXEC", {java}, EACCES));
 }
 
 TEST_F(StartFailureTest, TellsTheWholePathOfAProgram) {
@@ -137,6 +215,17 @@ TEST_F(StartFailureTest, TellsHowLongArgumentsAndEnvironmentAre) {
     EXPECT_EQ(said.err,
               shown("S_START_TOO_LONG", {"/java", std::strerror(E2BIG), std::to_string(all)}) +
                   "\n");
+}
+
+TEST_F(StartFailureTest, TellsTheLongestOfThemAndTheSystemsLimit) {
+    const Catalogue figures{{"S_START_TOO_LONG", "%s|%s|%ld|%ld|%ld"}};
+    const std::string large(200000, 'x');
+    const Said said = said_by([&] {
+        complain_of_start({"/java", E2BIG}, {"/java", large, "last"}, "");
+    });
+    const std::string end =
+        "|" + std::to_string(large.size() + 1) + "|" + std::to_string(sysconf(_SC_ARG_MAX)) + ">\n";
+    EXPECT_TRUE(said.err.ends_with(end)) << said.err;
 }
 
 TEST_F(StartFailureTest, TellsThatNoProgramRunsInTheScratchDirectory) {
