@@ -20,6 +20,8 @@ TEST(ComponentOf, SplitsAnEntryAtItsColon) {
     EXPECT_EQ(component_of("a:1.2").name, "a");
     EXPECT_EQ(component_of("a:1.2:3").version, "1.2");
     EXPECT_EQ(component_of(":").name, "");
+    EXPECT_EQ(component_of("").name, "");
+    EXPECT_EQ(component_of("").version, "");
 }
 
 TEST(PayloadOf, AVersionIsBelowItsComponent) {

@@ -64,18 +64,30 @@ void count(int number) {
     sent_to_child = sent_to_child * 100 + number;
 }
 
-// A process that sends `number` to this one, when that is not 0, and ends; later, one that puts a
-// byte into `writing`.
-void disturb_and_write(int writing, int number) {
+// A process that sends `number` to this one a hundred times, as it may not yet be waiting, and then
+// puts a byte into `writing`.
+void interrupt_and_write(int writing, int number) {
     const pid_t reader = getpid();
+    if (fork() != 0)
+        return;
+    for (int i = 0; i < 100; ++i) {
+        usleep(10000);
+        if (getppid() != reader)
+            _exit(0);
+        kill(reader, number);
+    }
+    put(writing, "x");
+    _exit(0);
+}
+
+// A child that ends, and later one that puts a byte into `writing`.
+void end_and_write(int writing) {
     if (fork() == 0) {
         usleep(50000);
-        if (number != 0)
-            kill(reader, number);
         _exit(0);
     }
     if (fork() == 0) {
-        usleep(400000);
+        usleep(300000);
         put(writing, "x");
         _exit(0);
     }
@@ -141,7 +153,7 @@ TEST(NoteSignals, InterruptsWhatWaitsForInput) {
                       int ends[2] = {-1, -1};
                       ASSERT_EQ(pipe(ends), 0);
                       note_signals();
-                      disturb_and_write(ends[1], number);
+                      interrupt_and_write(ends[1], number);
                       char byte = '\0';
                       EXPECT_EQ(read(ends[0], &byte, 1), -1);
                       EXPECT_EQ(errno, EINTR);
@@ -157,7 +169,7 @@ TEST(NoteSignals, LeavesWhatWaitsForInputWaitingWhenAChildEnds) {
                   int ends[2] = {-1, -1};
                   ASSERT_EQ(pipe(ends), 0);
                   note_signals();
-                  disturb_and_write(ends[1], 0);
+                  end_and_write(ends[1]);
                   char byte = '\0';
                   EXPECT_EQ(read(ends[0], &byte, 1), 1);
               }),
