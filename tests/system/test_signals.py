@@ -442,17 +442,23 @@ def test_a_launch_can_be_stopped_and_go_on_in_the_foreground(root_as_new, moment
     place.end()
 
 
-def launcher_is_stopped():
-    """Asked of the system: a shell tells of a job when it comes to it."""
+def launchers():
+    """{process: state} of all launchers."""
+    found = {}
     for entry in os.listdir("/proc"):
         if entry.isdigit():
             try:
                 stat = read_file(f"/proc/{entry}/stat")
             except OSError:
                 continue  # it has ended since
-            if b" (setupLauncher) T " in stat:
-                return True
-    return False
+            if b" (setupLauncher) " in stat:
+                found[int(entry)] = stat.rsplit(b") ", 1)[1][:1]
+    return found
+
+
+def launcher_is_stopped():
+    """Asked of the system: a shell tells of a job when it comes to it."""
+    return b"T" in launchers().values()
 
 
 def test_a_question_of_a_job_in_the_background_stops_it(root_as_new):
@@ -484,6 +490,27 @@ def test_a_script_ends_with_the_launch_that_the_operator_interrupts(root_as_new,
     launch = shell.terminal.finish()
     assert launch.status == -INT
     assert b"the script goes on" not in launch.stdout
+    assert glob.glob("/tmp/TalInstall*") == []
+    place.end()
+
+
+def test_a_hangup_of_the_terminal_of_a_script_reaches_java_once(root_as_new):
+    """The script leads the session; with its end the system tells the launcher and java."""
+    del root_as_new
+    set_inventory()
+    place = make_java()
+    shell = Shell(place, "-c", f"{place.launcher}; true")
+    wait_for(lambda: os.path.exists(READY), "java is not started")
+    (launcher,) = launchers()
+    os.close(shell.terminal.ours)
+    assert shell.terminal.process.wait(10) == -HUP
+    wait_for(lambda: content_of(GOT), "java is not told of the hangup")
+    # Handed on after all that came before.
+    os.kill(launcher, TERM)
+    wait_for(lambda: len(content_of(GOT)) >= 2, "java is not told of the other signal")
+    open(GO_ON, "wb").close()
+    wait_for(lambda: not group_lives(shell.terminal.process.pid), "a process is left")
+    assert len(content_of(GOT)) == 2
     assert glob.glob("/tmp/TalInstall*") == []
     place.end()
 
