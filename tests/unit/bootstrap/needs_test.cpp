@@ -53,6 +53,18 @@ TEST_F(Needs, OfArchivesAreTheSizesOfTheirFilesInWholeBlocks) {
     expect(need_of_archives(here.file("jars"), 1), 1 + 512 + 513, 4);
 }
 
+TEST_F(Needs, AreFoundWithoutADescriptorLeftOpen) {
+    make_file("jars/a.jar", archive({{"one", 1}}));
+    make_file("jars/b.jar", "no archive");
+    const int before = dup(STDIN_FILENO);
+    close(before);
+    expect(need_of_archives(here.file("jars"), 512), 512, 1);
+    expect(need_of_tree(here.file("jars"), 4096), 2 * 4096, 3);
+    const int after = dup(STDIN_FILENO);
+    close(after);
+    EXPECT_EQ(after, before);
+}
+
 TEST_F(Needs, OfAnArchiveAreFoundBeforeItsComment) {
     expect(of_archives(archive({{"file", 10}}, "a comment")), 512, 1);
     expect(of_archives(archive({{"file", 10}}, std::string(65535, 'x'))), 512, 1);

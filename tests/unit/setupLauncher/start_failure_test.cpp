@@ -14,6 +14,8 @@ struct User {
     uid_t id;
     gid_t group;
     std::vector<gid_t> groups;
+    bool number_known = true; // of the groups
+    bool groups_known = true;
 };
 const User* user = nullptr;
 
@@ -64,6 +66,8 @@ extern "C" gid_t getegid() noexcept {
 extern "C" int getgroups(int size, gid_t* groups) noexcept {
     if (user == nullptr)
         return static_cast<int>(syscall(SYS_getgroups, size, groups));
+    if (!(size == 0 ? user->number_known : user->groups_known))
+        return -1;
     if (size != 0)
         std::copy(user->groups.begin(), user->groups.end(), groups);
     return static_cast<int>(user->groups.size());
@@ -88,6 +92,16 @@ TEST_F(StartFailureTest, TellsByTheModeWhoMayExecuteAFile) {
         std::filesystem::permissions(file, std::filesystem::perms(0555 & ~bit));
         EXPECT_EQ(key_told_to(*who, file), "S_START_NOT_EXECUTABLE") << bit;
     }
+}
+
+TEST_F(StartFailureTest, TakesAUserWhoseGroupsCannotBeAskedToBeInNone) {
+    const std::string file = make("file", "#!/bin/sh\n", 0454);
+    struct stat of_file {};
+    ASSERT_EQ(stat(file.c_str(), &of_file), 0);
+    const User no_number{of_file.st_uid + 1, of_file.st_gid + 1, {}, false, false};
+    const User number_alone{of_file.st_uid + 1, of_file.st_gid + 1, {1, 2}, true, false};
+    EXPECT_EQ(key_told_to(no_number, file), "S_START_NOT_EXECUTABLE");
+    EXPECT_EQ(key_told_to(number_alone, file), "S_START_NOT_EXECUTABLE");
 }
 
 TEST_F(StartFailureTest, TellsTheKindOfFileThatTheSystemRefuses) {
@@ -226,6 +240,8 @@ TEST_F(StartFailureTest, TellsTheLongestOfThemAndTheSystemsLimit) {
     const std::string end =
         "|" + std::to_string(large.size() + 1) + "|" + std::to_string(sysconf(_SC_ARG_MAX)) + ">\n";
     EXPECT_TRUE(said.err.ends_with(end)) << said.err;
+    const Said by_name = said_by([&] { complain_of_start({"java", E2BIG}, {"java"}, ""); });
+    EXPECT_TRUE(by_name.err.starts_with("<java|Argument list too long|")) << by_name.err;
 }
 
 TEST_F(StartFailureTest, TellsThatNoProgramRunsInTheScratchDirectory) {
