@@ -86,6 +86,10 @@ TEST(GetFullFileName, WithAnEmptyDirectoryGivesTheFileNameAlone) {
     EXPECT_EQ(full_name("", "x.ini"), "x.ini");
 }
 
+TEST(GetFullFileName, WithoutADirectoryDoesNothing) {
+    GetFullFileName(nullptr, "file");
+}
+
 TEST(GetFullFileName, AppendsTheNameToADirectoryThatEndsWithASlash) {
     EXPECT_EQ(full_name("/a/", "x.ini"), "/a/x.ini");
 }
