@@ -2,6 +2,7 @@
 // first.
 #include <csignal>
 #include <cstdlib>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -11,6 +12,10 @@ extern "C" {
 void __gcov_dump();
 
 static void write_counters() {
+    // Under a limit the files of the counters would be cut off, and all that they told be lost.
+    rlimit size{};
+    if (getrlimit(RLIMIT_FSIZE, &size) == 0 && size.rlim_cur != RLIM_INFINITY)
+        return;
     // Writing them takes memory; without any, the program's own end is worth more.
     if (void* memory = std::malloc(1 << 16)) {
         std::free(memory);

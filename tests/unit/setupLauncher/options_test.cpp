@@ -517,4 +517,11 @@ TEST_F(OptionsTest, TheScanSeesTheArgumentsOfThePreScanAgain) {
     EXPECT_EQ(effects_of({"-shipHomeLoc", "/Kelvane-Home"}), "help, silent");
 }
 
+TEST_F(OptionsTest, AnOptionIsNamedWhereverTheScanFindsIt) {
+    EXPECT_EQ(option_in("-silent", false), "-SILENT");
+    EXPECT_EQ(option_in("/opt/a-jreLoc/bin", true), "-JRELOC");
+    EXPECT_EQ(option_in("/opt/a-jreLoc/bin", false), "");
+    EXPECT_EQ(option_in("/opt/kelvane", true), "");
+}
+
 } // namespace
