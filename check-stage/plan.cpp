@@ -5,9 +5,6 @@
 #include "base/paths.h"
 #include "base/status.h"
 #include "base/text.h"
-#include "bootstrap/stage_layout.h"
-#include "bootstrap/tree.h"
-#include "bootstrap/tree_walk.h"
 #include "cargo.h"
 #include "findings.h"
 #include "forecast.h"
@@ -15,19 +12,18 @@
 #include "nls/catalogue.h"
 #include "parameter_lines.h"
 #include "places.h"
+#include "plan_bootstrap.h"
 #include "plan_prerequisites.h"
 #include "plan_settings.h"
 #include "plan_text.h"
 #include "platform/system_names.h"
 #include "quiet_files.h"
-#include "runtime.h"
 #include "setupLauncher/decisions.h"
 #include "setupLauncher/environment.h"
 #include "setupLauncher/installer_command.h"
 #include "setupLauncher/java_home.h"
 #include "setupLauncher/locations.h"
 #include "setupLauncher/scratch.h"
-#include "shipment.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -42,8 +38,6 @@ namespace {
 namespace state = launcher_state;
 
 constexpr const char* kOldestJava = "1.4"; // named when there is no java program
-// Stands in the command for what the operator would answer.
-constexpr const char* kAnswer = "ANSWER";
 constexpr const char* kExtensions = "ext/jlib";
 constexpr mode_t kOwnDirectoryMode = 0700;
 constexpr std::size_t kMostParameterBytes = std::size_t{16} << 20;
@@ -62,9 +56,7 @@ struct Plan {
     ParameterLines lines;
     std::string scratch;      // its name
     std::string scratch_base; // where it is made
-    Shipment shipment;
-    Cargo cargo;
-    bool uses_outside_runtime = false;
+    Brought brought;
     int settings_status = kOk; // acted on only after the prerequisites
     std::string settings_message;
     std::string unwritable; // why the own directory cannot be written to
@@ -204,130 +196,10 @@ bool prerequisites_end(const Plan& plan, std::string& message) {
                                     message);
 }
 
-std::string megabytes(std::uint64_t bytes) {
-    const std::uint64_t tenths = (bytes * 10 + (1 << 19)) >> 20;
-    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " MB";
-}
-
-void say_cargo(const Plan& plan) {
-    say_headline("brought to the scratch directory, in this order:");
-    for (std::size_t at = 0; at < plan.shipment.sources.size(); ++at) {
-        const Source& source = plan.shipment.sources[at];
-        const bool archives = source.kind == Source::Kind::archives;
-        const std::string to = source.to.empty() ? "" : " to " + source.to;
-        say(source.what + ": " +
-            (!source.is_there ? "nothing, there is no "
-                              : std::string(archives ? "unpacked" : "copied") + to + ", " +
-                                    megabytes(plan.cargo.unpacked[at]) + " from ") +
-            absolute_path(plan.places, source.from));
-    }
-    say("in all " + counted(plan.cargo.files.size(), "file") + ", " +
-        std::to_string(megabytes_needed(plan.cargo)) + " MB on disk");
-}
-
-// Where a bootstrap fails, as the launch names it.
-struct BootstrapEnd {
-    std::string reason; // empty for one that goes well
-    const char* step = "";
-    std::string component;
-};
-
-// Whether every file of the tree at `root` can be read by this user. Directories that cannot are
-// left out by a launch without a word.
-bool can_be_copied(const std::string& root) {
-    TreeWalk walk = walk_over(root);
-    bool readable = true;
-    while (readable && next_step(walk)) {
-        give_way_to_signals();
-        if (walk.step != WalkStep::kFile)
-            continue;
-        const std::string path = entry_path(walk);
-        // Pipes and devices are passed over.
-        readable = kind_of(path) == FileKind::other || access(path.c_str(), R_OK) == 0;
-    }
-    end_walk(walk);
-    return readable && walk.incomplete == 0;
-}
-
-// What ends the bootstrap at the source at place `at` of the shipment.
-BootstrapEnd end_at_source(const Plan& plan, std::size_t at) {
-    const Source& source = plan.shipment.sources[at];
-    if (!source.required)
-        return {};
-    if (source.kind == Source::Kind::tree) {
-        if (plan.cargo.hindered.contains(at) || !can_be_copied(source.from))
-            return {source.what + " cannot be copied", "S_STEP_COPYING", source.given};
-        return {};
-    }
-    const bool is_runtime = plan.shipment.brings_runtime && at == plan.shipment.runtime_source;
-    if (is_runtime && plan.shipment.has_no_runtime)
-        return {"there is no runtime to bring", "S_STEP_RUNTIME", kRuntime};
-    // A launch speaks of the runtime, even where a kit stands in for it.
-    const std::string component = is_runtime ? kRuntime : source.what;
-    if (plan.cargo.hindered.contains(at) || !unpacks(source.from))
-        return {source.what + " cannot be unpacked", "S_STEP_UNPACKING", component};
-    if (is_runtime && names_in(plan.cargo, "jre").empty())
-        return {"the runtime brings nothing below jre/", "S_STEP_RUNTIME", kRuntime};
-    return {};
-}
-
-// `free_space` is in kilobytes, `size` in megabytes.
-BootstrapEnd end_of_bootstrap(const Plan& plan, long free_space, long size) {
-    if (free_space < size << 10)
-        return {"there are " + std::to_string(free_space >> 10) + " of " + std::to_string(size) +
-                    " MB free",
-                "S_STEP_SPACE", "BOOTSTRAP_SIZE"};
-    for (std::size_t at = 0; at < plan.shipment.sources.size(); ++at) {
-        BootstrapEnd end = end_at_source(plan, at);
-        if (!end.reason.empty())
-            return end;
-    }
-    return {};
-}
-
-// The bootstrap; true when the launch ends in it.
 bool bootstrap_ends(Plan& plan) {
-    Settings& settings = plan.settings;
-    const std::optional<long> size = bootstrap_size(settings);
-    if (!size) {
-        say_headline("no bootstrap:");
-        say_message(localised_text("S_ERBOOTSTRAP_RANGE", {kLargestBootstrapSize}));
-        return false;
-    }
-    const RuntimeOrigin origin = decide_on_runtime(plan.command_line, settings);
-    say_headline("Java runtime:");
-    if (origin == RuntimeOrigin::none_allowed) {
-        say_end("at the choice of a Java runtime", kOk,
-                localised_text("S_JRELOC_ERROR_NOCONSOLE_WIN"));
-        return true;
-    }
-    if (origin == RuntimeOrigin::asked) {
-        say(std::string("the operator is asked for its home, which is called ") + kAnswer +
-            " here");
-        settings.jreDirLoc = kAnswer;
-    }
-    if (origin == RuntimeOrigin::given)
-        say("the one of the command line: " + settings.jreDirLoc);
-    plan.uses_outside_runtime = origin != RuntimeOrigin::brought;
-
-    const long free_space = getFreeSpace(nearest_existing(plan.scratch_base));
-    std::string images;
-    GetImageLoc(plan.curDir, images);
-    plan.shipment = shipment_of(settings, plan.command_line, plan.original_start, images,
-                                origin == RuntimeOrigin::brought, true);
-    plan.cargo = load_cargo(plan.places, plan.shipment, {}, false);
-    settle_runtime(settings, plan.shipment, plan.cargo);
-    if (origin == RuntimeOrigin::brought)
-        say("brought by the launch: " + settings.jreDirLoc);
-    say_cargo(plan);
-
-    const BootstrapEnd end = end_of_bootstrap(plan, free_space, *size);
-    if (end.reason.empty())
-        return false;
-    say_end("in the bootstrap (" + end.reason + ")", kFailed,
-            localised_text("S_BOOTSTRAP_FAILED",
-                           {plan.scratch, localised_text(end.step), end.component}));
-    return true;
+    return bootstrap_ends_launch(plan.brought, plan.settings,
+                                 {plan.places, plan.command_line, plan.curDir, plan.original_start,
+                                  plan.scratch, nearest_existing(plan.scratch_base)});
 }
 
 void say_mask(const Plan& plan) {
@@ -345,7 +217,7 @@ bool is_there(const Plan& plan, const std::string& path) {
     if (path == scratch)
         return true;
     if (path.starts_with(scratch + "/"))
-        return has(plan.cargo, path.substr(scratch.size() + 1)) ||
+        return has(plan.brought.cargo, path.substr(scratch.size() + 1)) ||
                PathExists(plan.scratch + path.substr(scratch.size()));
     return PathExists(path);
 }
@@ -354,9 +226,9 @@ bool is_there(const Plan& plan, const std::string& path) {
 void lay_out_extensions(const Plan& plan) {
     const std::string directory = joined_path(plan.settings.scratchLoc, kExtensions);
     std::error_code ignored;
-    for (const std::string& name : names_in(plan.cargo, kExtensions)) {
+    for (const std::string& name : names_in(plan.brought.cargo, kExtensions)) {
         const std::string below = joined_path(kExtensions, name);
-        const bool is_file = plan.cargo.files.contains(below);
+        const bool is_file = plan.brought.cargo.files.contains(below);
         const std::string made = is_file ? directory : joined_path(directory, name);
         std::filesystem::create_directories(made, ignored);
         if (is_file)
@@ -397,7 +269,7 @@ void plan_start(Plan& plan) {
     }
     lay_out_extensions(plan);
     InstallerCommandInput input{plan.locations, settings,       command_line,
-                                plan.curDir,    plan.osVersion, plan.uses_outside_runtime};
+                                plan.curDir,    plan.osVersion, plan.brought.uses_outside_runtime};
     const std::vector<std::string> command = compose_installer_command(input);
     if (command_line.bBootStrapOnly) {
         say_end("when all is unpacked", kOk,
@@ -421,7 +293,7 @@ void plan_start(Plan& plan) {
     begin_taking_down();
     const int valid = asked ? kOk
                             : validateJavaHome(settings.jreDirLoc, settings.paramFileLocation,
-                                               plan.uses_outside_runtime);
+                                               plan.brought.uses_outside_runtime);
     const std::string message = end_taking_down();
     if (valid != kOk) {
         say_end("at the look at the Java home", valid, message);
