@@ -10,6 +10,8 @@ import struct
 import subprocess
 import zipfile
 
+import pytest
+
 from harness import (KELVANE, OPERATOR_HOME, assert_no_sanitizer_report, assert_same, ini_text,
                      read_file, sanitizer_environment, tool, write_file)
 from stage import CORE, JRE, TESSEL, ZUL
@@ -134,6 +136,15 @@ class CleanHome(Checked):
         for name, content in patch_tool_files().items():
             write_file(f"{self.bin}/jlib/{name}", content)
         write_file(top + "/jdk/jre/bin/java", program(), 0o755)
+
+
+def fixture_of(name, kind):
+    """A fixture that is a stage or home of that kind, without a fault."""
+    @pytest.fixture(name=name)
+    def fixture_place(root_as_new):
+        del root_as_new
+        return kind()
+    return fixture_place
 
 
 def everything_of(top):

@@ -9,22 +9,13 @@ import time
 
 import pytest
 
-from checked import (CLEAN, CleanHome, CleanStage, assert_found, installer_files, jar_bytes,
-                     made_in_tmp, make_old, no_file_above, run_check)
+from checked import (CLEAN, CleanHome, CleanStage, assert_found, fixture_of, installer_files,
+                     jar_bytes, made_in_tmp, make_old, no_file_above, run_check)
 from harness import OPERATOR_HOME, tool, write_file
 from stage import ZUL
 
-
-@pytest.fixture(name="stage")
-def fixture_stage(root_as_new):
-    del root_as_new
-    return CleanStage()
-
-
-@pytest.fixture(name="home")
-def fixture_home(root_as_new):
-    del root_as_new
-    return CleanHome()
+fixture_stage = fixture_of("stage", CleanStage)
+fixture_home = fixture_of("home", CleanHome)
 
 
 def test_a_stage_without_a_fault_has_no_findings(stage):

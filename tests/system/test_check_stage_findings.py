@@ -7,7 +7,7 @@ import zipfile
 import pytest
 
 from archives import Entry, archive_bytes, link
-from checked import (CleanHome, CleanStage, assert_found, installer_files, jar_bytes,
+from checked import (CleanStage, assert_found, fixture_of, installer_files, jar_bytes,
                      patch_tool_files, program)
 from harness import OPERATOR_HOME, ini_text, read_catalogue, read_file, write_catalogue, write_file
 from stage import CORE, JDK, JRE, TESSEL, ZUL
@@ -15,17 +15,7 @@ from stage import CORE, JDK, JRE, TESSEL, ZUL
 INI = "install/talparam.ini"
 LISTED = CleanStage.DEFAULTS["BOOTSTRAP_COMPS"]
 
-
-@pytest.fixture(name="stage")
-def fixture_stage(root_as_new):
-    del root_as_new
-    return CleanStage()
-
-
-@pytest.fixture(name="home")
-def fixture_home(root_as_new):
-    del root_as_new
-    return CleanHome()
+fixture_stage = fixture_of("stage", CleanStage)
 
 
 def ini_lines(**keys):

@@ -7,18 +7,14 @@ import struct
 
 import pytest
 
-from checked import (CleanHome, CleanStage, assert_found, check, installer_files, jar_bytes,
-                     patch_tool_files, program)
+from checked import (CleanHome, CleanStage, assert_found, check, fixture_of, installer_files,
+                     jar_bytes, patch_tool_files, program)
 from harness import OPERATOR_HOME, write_file
 from stage import CORE, JRE, TESSEL, ZUL
 
 INI = "talui/bin/talparam.ini"
 
-
-@pytest.fixture(name="stage")
-def fixture_stage(root_as_new):
-    del root_as_new
-    return CleanStage()
+fixture_stage = fixture_of("stage", CleanStage)
 
 
 def home(change=None, **keys):
