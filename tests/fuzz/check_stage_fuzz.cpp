@@ -1,12 +1,12 @@
 // Any bytes as the parameter file and as an archive of a stage: the checks end, say lines of one
 // form, and take every key for what the launcher's own reader takes it for.
 #include "base/launcher_state.h"
-#include "base/profile.h"
 #include "catalogues.h"
 #include "findings.h"
 #include "fuzz_support.h"
 #include "inspect.h"
 #include "parameter_lines.h"
+#include "parameter_look_up.h"
 #include "setupLauncher/settings.h"
 
 #include <regex>
@@ -25,7 +25,6 @@ const std::vector<std::string_view>& reference_languages() {
 namespace {
 
 constexpr std::string_view kSeparator = "\n--archive--\n";
-constexpr const char* kUntouched = "untouched";
 
 const std::string& stage() {
     static const std::string top = [] {
@@ -42,25 +41,12 @@ const std::string& stage() {
     return top;
 }
 
-// What the lines of the file say that a look-up gives.
-std::string told(const ParameterLines& file, std::string_view section, std::string_view key) {
-    bool there = false;
-    for (const ParameterLine& line : file.lines)
-        there = there || (line.kind == ParameterLine::Kind::header && line.section == section);
-    if (!there)
-        return kUntouched;
-    const ParameterLine* line = deciding_line(file, section, key);
-    return line == nullptr || !line->has_value ? "default" : line->value;
-}
-
 void require_the_launchers_values(const std::string& path, std::string_view bytes) {
     const ParameterLines file = cut_into_lines(bytes);
     for (const LauncherKey& key : launcher_keys()) {
-        std::string value = kUntouched;
         const std::string name(key.name);
-        GenericGetPrivateProfileString(kLauncherSection, name.c_str(), "default", value, 1024,
-                                       path.c_str());
-        require(value == told(file, kLauncherSection, name), "a key has the launcher's value");
+        require(looked_up(path, kLauncherSection, name) == told(file, kLauncherSection, name),
+                "a key has the launcher's value");
     }
 }
 

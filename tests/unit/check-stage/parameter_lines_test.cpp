@@ -1,34 +1,16 @@
 #include "parameter_lines.h"
 
-#include "base/profile.h"
+#include "parameter_look_up.h"
 #include "unit_support.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-constexpr const char* kUntouched = "untouched";
-
-std::string looked_up(const std::string& section, const std::string& key,
-                      const std::string& bytes) {
+void expect_told_as_looked_up(const std::string& bytes) {
     const TemporaryDirectory directory;
     const std::string path = directory.write("file.ini", bytes);
-    std::string value = kUntouched;
-    GenericGetPrivateProfileString(section.c_str(), key.c_str(), "default", value, 1024,
-                                   path.c_str());
-    return value;
-}
-
-// What the lines say that a look-up gives.
-std::string told(const std::string& section, const std::string& key, const std::string& bytes) {
-    const ParameterLines file = cut_into_lines(bytes);
-    bool there = false;
-    for (const ParameterLine& line : file.lines)
-        there = there || (line.kind == ParameterLine::Kind::header && line.section == section);
-    if (!there)
-        return kUntouched;
-    const ParameterLine* line = deciding_line(file, section, key);
-    return line == nullptr || !line->has_value ? "default" : line->value;
+    EXPECT_EQ(told(cut_into_lines(bytes), "S", "K"), looked_up(path, "S", "K")) << bytes;
 }
 
 TEST(ParameterLines, TellOfEveryFileWhatTheLaunchersReaderGives) {
@@ -59,9 +41,8 @@ TEST(ParameterLines, TellOfEveryFileWhatTheLaunchersReaderGives) {
         "",
     };
     for (const char* bytes : files)
-        EXPECT_EQ(told("S", "K", bytes), looked_up("S", "K", bytes)) << bytes;
-    const std::string with_nul("[S]\nA\0=1\nK=v\0w\n", 15);
-    EXPECT_EQ(told("S", "K", with_nul), looked_up("S", "K", with_nul));
+        expect_told_as_looked_up(bytes);
+    expect_told_as_looked_up(std::string("[S]\nA\0=1\nK=v\0w\n", 15));
 }
 
 TEST(ParameterLines, HaveTheNumberOfTheLineThatTheirFirstCharacterStandsOn) {
