@@ -39,7 +39,7 @@ bool lies_below(std::string_view name, std::string_view directory) {
            name.starts_with(directory);
 }
 
-// The numbers of the entries to unpack, by name, and those of one name in the archive's order.
+// The numbers of the entries to unpack, by name.
 std::vector<std::uint32_t> by_name(const Plan& plan) {
     std::vector<std::uint32_t> order;
     for (std::uint32_t i = 0; i < plan.entries.size(); ++i) {
@@ -49,63 +49,80 @@ std::vector<std::uint32_t> by_name(const Plan& plan) {
     const auto is_less = [&plan](std::uint32_t a, std::uint32_t b) {
         return comes_before(planned_name(plan, a), planned_name(plan, b));
     };
-    std::stable_sort(order.begin(), order.end(), is_less);
+    std::sort(order.begin(), order.end(), is_less);
     return order;
 }
 
-// Settles which of the entries of one name, `order[from]` to `order[to - 1]`, is unpacked.
-void settle_name(Plan& plan, const std::vector<std::uint32_t>& order, std::size_t from,
-                 std::size_t to) {
-    const bool is_directory = plan.entries[order[from]].kind == EntryKind::kDirectory;
-    PlannedEntry* last = nullptr;
+constexpr std::uint32_t kNone = UINT32_MAX;
+
+// A name that entries have, and what stands there so far: nothing, a directory, a file or a link.
+struct Place {
+    std::uint32_t first;         // an entry of the name
+    std::uint32_t above = kNone; // the nearest place on the way here
+    std::uint32_t last = kNone;  // the file or link that stands here
+    bool is_directory = false;   // one stands here, for itself or for what lies below
     bool had_link = false;
-    for (std::size_t i = from; i < to; ++i) {
-        PlannedEntry& entry = plan.entries[order[i]];
-        if ((entry.kind == EntryKind::kDirectory) != is_directory) {
-            refuse(entry, is_directory ? "the archive has a directory of that name before it"
-                                       : "the archive has a file of that name before it");
-        } else if (!is_directory) {
-            if (last != nullptr)
-                last->is_replaced = true;
-            last = &entry;
-            entry.replaces_link = had_link && entry.kind == EntryKind::kFile;
-            had_link = had_link || entry.kind == EntryKind::kLink;
-        }
-    }
-}
+};
 
-void settle_names(Plan& plan, const std::vector<std::uint32_t>& order) {
-    for (std::size_t from = 0, to = 0; from < order.size(); from = to) {
-        while (to < order.size() &&
-               planned_name(plan, order[to]) == planned_name(plan, order[from]))
-            ++to;
-        settle_name(plan, order, from, to);
-    }
-}
-
-// Of a file or link and an entry below its name the first one stands. `files_first` looks for the
-// files that come too late, else for what lies below the others.
-void settle_ways(Plan& plan, const std::vector<std::uint32_t>& order, bool files_first) {
-    std::vector<std::uint32_t> above; // the files and links whose names begin this one's way
-    for (const std::uint32_t i : order) {
-        PlannedEntry& entry = plan.entries[i];
+// The places of the entries to unpack; `place_of` has the number of each entry's one.
+std::vector<Place> places_of(std::vector<std::uint32_t>& place_of, const Plan& plan) {
+    std::vector<Place> places;
+    place_of.assign(plan.entries.size(), kNone);
+    std::uint32_t last = kNone;
+    for (const std::uint32_t i : by_name(plan)) {
         const std::string_view name = planned_name(plan, i);
-        while (!above.empty() && planned_name(plan, above.back()) != name &&
-               !lies_below(name, planned_name(plan, above.back())))
-            above.pop_back();
-        for (const std::uint32_t other : above) {
-            PlannedEntry& file = plan.entries[other];
-            if (entry.status != 0 || file.status != 0 || planned_name(plan, other) == name)
-                continue;
-            if (files_first && i < other)
-                refuse(file, "the archive has a directory of that name before it");
-            else if (!files_first && other < i)
-                refuse(entry, file.kind == EntryKind::kLink
-                                  ? "its way leads through a symbolic link of the archive"
-                                  : "its way leads through a file of the archive");
+        if (last == kNone || planned_name(plan, places[last].first) != name) {
+            std::uint32_t above = last;
+            while (above != kNone && !lies_below(name, planned_name(plan, places[above].first)))
+                above = places[above].above;
+            last = static_cast<std::uint32_t>(places.size());
+            places.push_back({.first = i, .above = above});
         }
-        if (entry.kind != EntryKind::kDirectory)
-            above.push_back(i);
+        place_of[i] = last;
+    }
+    return places;
+}
+
+// The file or link that stands in the way to `place`, or kNone.
+std::uint32_t obstacle_of(const std::vector<Place>& places, const Place& place) {
+    std::uint32_t above = place.above;
+    // Above a directory there are directories only.
+    while (above != kNone && !places[above].is_directory && places[above].last == kNone)
+        above = places[above].above;
+    return above == kNone ? kNone : places[above].last;
+}
+
+// Lets the file or link `i` stand at `place`.
+void put(Plan& plan, Place& place, std::uint32_t i) {
+    PlannedEntry& entry = plan.entries[i];
+    if (place.last != kNone)
+        plan.entries[place.last].is_replaced = true;
+    place.last = i;
+    entry.replaces_link = place.had_link && entry.kind == EntryKind::kFile;
+    place.had_link = place.had_link || entry.kind == EntryKind::kLink;
+}
+
+// Settles what becomes of entry `i` after all those before it.
+void settle(Plan& plan, std::vector<Place>& places, Place& place, std::uint32_t i) {
+    PlannedEntry& entry = plan.entries[i];
+    const bool is_directory = entry.kind == EntryKind::kDirectory;
+    const std::uint32_t obstacle = obstacle_of(places, place);
+    if (obstacle != kNone) {
+        refuse(entry, plan.entries[obstacle].kind == EntryKind::kLink
+                          ? "its way leads through a symbolic link of the archive"
+                          : "its way leads through a file of the archive");
+    } else if (is_directory && place.last != kNone) {
+        refuse(entry, "the archive has a file of that name before it");
+    } else if (!is_directory && place.is_directory) {
+        refuse(entry, "the archive has a directory of that name before it");
+    } else {
+        for (std::uint32_t above = place.above; above != kNone && !places[above].is_directory;
+             above = places[above].above)
+            places[above].is_directory = true;
+        if (is_directory)
+            place.is_directory = true;
+        else
+            put(plan, place, i);
     }
 }
 
@@ -129,10 +146,12 @@ Plan plan_of(const ZipArchive& archive, mode_t mask) {
         plan.names += plain;
         plan.entries.push_back(made);
     }
-    const std::vector<std::uint32_t> order = by_name(plan);
-    settle_names(plan, order);
-    settle_ways(plan, order, true);
-    settle_ways(plan, order, false);
+    std::vector<std::uint32_t> place_of;
+    std::vector<Place> places = places_of(place_of, plan);
+    for (std::uint32_t i = 0; i < plan.entries.size(); ++i) {
+        if (place_of[i] != kNone)
+            settle(plan, places, places[place_of[i]], i);
+    }
     return plan;
 }
 
