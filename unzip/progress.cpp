@@ -41,6 +41,13 @@ void write_line(const std::string& text) {
     static_cast<void>(written);
 }
 
+std::uint64_t percent_of(std::uint64_t done, std::uint64_t total) {
+    if (total == 0)
+        return kWhole;
+    // A hundred times what is done may be more than a number holds.
+    return total > UINT64_MAX / kWhole ? done / (total / kWhole) : done * kWhole / total;
+}
+
 } // namespace
 
 std::string progress_subject() {
@@ -53,9 +60,9 @@ std::string progress_subject() {
 std::string progress_text(const std::string& subject, std::uint64_t done, std::uint64_t total,
                           unsigned width) {
     done = std::min(done, total);
-    const std::uint64_t percent = total == 0 ? kWhole : done / (total / kWhole + 1);
-    std::string text = std::to_string(percent) + "% " + std::to_string(done / kMegabyte) + "/" +
-                       std::to_string(total / kMegabyte) + " MB " + subject;
+    const std::string text = std::to_string(percent_of(done, total)) + "% " +
+                             std::to_string(done / kMegabyte) + "/" +
+                             std::to_string(total / kMegabyte) + " MB " + subject;
     // The last column stays free: in it some terminals begin a new line.
     return text.substr(0, width > 1 ? width - 1 : 0);
 }
