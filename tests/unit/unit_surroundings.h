@@ -1,11 +1,12 @@
 // The surroundings of a unit test: a message catalogue of its own, and process-wide things
-// (variables, working directory, mask, user) that are put back afterwards.
+// (variables, time zone, working directory, mask, user) that are put back afterwards.
 #pragma once
 
 #include "nls/catalogue.h"
 #include "unit_support.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <grp.h>
 #include <initializer_list>
 #include <optional>
@@ -39,6 +40,23 @@ class Variable {
     }
     const char* name_;
     std::optional<std::string> before_;
+};
+
+// Another time zone as long as the object lives.
+class TimeZone {
+  public:
+    explicit TimeZone(const char* name) : variable_(std::in_place, "TZ", name) {
+        tzset();
+    }
+    ~TimeZone() {
+        variable_.reset();
+        tzset();
+    }
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+
+  private:
+    std::optional<Variable> variable_;
 };
 
 // Another working directory as long as the object lives.

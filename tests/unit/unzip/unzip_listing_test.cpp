@@ -2,28 +2,9 @@
 
 #include "unit_surroundings.h"
 
-#include <ctime>
-
 namespace {
 
 using namespace std::string_literals;
-
-// Another time zone as long as the object lives.
-class TimeZone {
-  public:
-    explicit TimeZone(const char* name) : variable_(std::in_place, "TZ", name) {
-        tzset();
-    }
-    ~TimeZone() {
-        variable_.reset();
-        tzset();
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
-
-  private:
-    std::optional<Variable> variable_;
-};
 
 void add(ZipArchive& archive, const std::string& name, std::uint64_t size, std::int64_t modified) {
     ZipEntry entry;
