@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <vector>
 
 namespace {
@@ -16,7 +17,8 @@ namespace {
 // many seconds ago a further change might not show.
 constexpr time_t kSlowestTick = 2;
 
-constexpr std::size_t kPiece = 16384; // bytes of a file that are read at a time
+constexpr std::size_t kPiece = 16384;           // bytes of a file that are read at a time
+constexpr off_t kLargestExpected = 1024 * 1024; // the data may end long before the file does
 
 // The line that is being cut into tokens, and what of it is unread.
 std::string line_in_work;
@@ -164,16 +166,17 @@ bool is_kept(const char* path) {
     return kept_file.reusable && stat(path, &found) == 0 && version_of(found) == kept_file.version;
 }
 
-// The data of the open file.
-std::string data_of(std::FILE* file) {
+// The data of the open file, which says that it has `size` bytes.
+std::string data_of(std::FILE* file, off_t size) {
     std::string data;
+    data.reserve(static_cast<std::size_t>(std::clamp<off_t>(size, 0, kLargestExpected)) + kPiece);
     std::size_t end = std::string::npos;
     for (std::size_t got = kPiece; got == kPiece && end == std::string::npos;) {
-        const std::size_t size = data.size();
-        data.resize(size + kPiece);
-        got = std::fread(&data[size], 1, kPiece, file);
-        data.resize(size + got);
-        end = data.find(static_cast<char>(kByteThatEndsData), size);
+        const std::size_t filled = data.size();
+        data.resize(filled + kPiece);
+        got = std::fread(&data[filled], 1, kPiece, file);
+        data.resize(filled + got);
+        end = data.find(static_cast<char>(kByteThatEndsData), filled);
     }
     data.resize(std::min(data.size(), end));
     return data;
@@ -218,7 +221,7 @@ bool read_file(const char* path) {
         fstat(fileno(file), &found) == 0 ? version_of(found) : std::nullopt;
     kept_file.reusable = version && version->seconds + kSlowestTick < std::time(nullptr);
     kept_file.version = version.value_or(Version{});
-    kept_file.text = data_of(file);
+    kept_file.text = data_of(file, kept_file.version.size);
     kept_file.section.clear();
     cut_into_lines();
     std::fclose(file);
