@@ -478,7 +478,8 @@ TEST_F(ParameterFile, BlankLinesAboveALineOfTheIterationIndentIt) {
 }
 
 TEST_F(ParameterFile, ALineOfTheIterationEndsAtANul) {
-    open(std::string("[S]\0x\nA=1\0 more\nB\0=2\n", 23));
+    using namespace std::string_literals;
+    open("[S]\0x\nA=1\0 more\nB\0=2\n"s);
     EXPECT_EQ(position("S"), 0);
     expect_entry("A", "1");
     expect_entry("B", "");
