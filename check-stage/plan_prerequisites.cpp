@@ -26,7 +26,9 @@ Verdict verdict_of(const PrereqPlan& plan, const std::string& key, const std::st
     if (key == "TEMP_SPACE")
         return number > 0 && number > getFreeSpaceForVolume(plan.scratch_base) ? Verdict::fails
                                                                                : Verdict::passes;
-    const bool is_number = key == "SWAP_SPACE" || key == "CPU" || key == "MIN_DISPLAY_COLORS";
+    if (key == "CPU")
+        return leading_whole_number<int>(value) > 0 ? Verdict::unknown : Verdict::fails;
+    const bool is_number = key == "SWAP_SPACE" || key == "MIN_DISPLAY_COLORS";
     return is_number && !(number > 0) ? Verdict::fails : Verdict::unknown;
 }
 

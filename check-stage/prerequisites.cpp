@@ -29,9 +29,14 @@ bool are_digits(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), is_digit);
 }
 
+// In base 10, or as C reads one in base 16.
 bool is_decimal_number(std::string_view text) {
+    const bool base_16 = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(base_16 ? 2 : 0);
     double number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto result =
+        std::from_chars(text.data(), text.data() + text.size(), number,
+                        base_16 ? std::chars_format::hex : std::chars_format::general);
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 

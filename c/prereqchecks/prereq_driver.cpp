@@ -121,7 +121,7 @@ const CheckRow* find_check(const PrereqPhase& phase, const std::string& key) {
 }
 
 int run_section(PrereqPhase& phase, const std::string& section) {
-    // Most files have none of them; that is known without reading the file again.
+    // Most files have none of them; that is usually known without reading the file again.
     if (!has_section(section.c_str(), phase.paramFileLocation.c_str()))
         return kCheckPassed;
     std::FILE* file = std::fopen(phase.paramFileLocation.c_str(), "r");

@@ -538,6 +538,7 @@ PREREQUISITES = {
     "swap with a unit": (generic(SWAP_SPACE="100MB"), [
         'install/talparam.ini:8: warning: SWAP_SPACE is "100MB", of which the check reads '
          "only the number at its start: write a number and nothing else"]),
+    "swap in base 16": (generic(SWAP_SPACE="0x400"), []),
     "no swap": (generic(SWAP_SPACE="0"), [
         'install/talparam.ini:8: warning: SWAP_SPACE is "0", with which the check always '
          "fails: write a number above 0, or remove the line"]),

@@ -457,6 +457,19 @@ def test_the_plan_writes_nothing_anywhere(root_as_new):
     place.end()
 
 
+@pytest.mark.parametrize("check, verdict", [
+    ("CPU=1", "needs a command, assumed to pass"),
+    ("CPU=0x400", "fails"), ("CPU=0.5", "fails"), ("CPU=inf", "fails"),
+    ("SWAP_SPACE=0x400", "needs a command, assumed to pass"),
+    ("SWAP_SPACE=0.5", "needs a command, assumed to pass"), ("SWAP_SPACE=0", "fails")])
+def test_numbers_are_read_as_their_checks_read_them(root_as_new, check, verdict):
+    del root_as_new
+    place = stage(with_section("[Generic Prereqs]", check))()
+    lines = run_check("--plan", place.top, "-silent").stdout.decode().splitlines()
+    assert f"  [Generic Prereqs] {check}: {verdict}" in lines
+    place.end()
+
+
 def test_neither_checks_nor_plan_start_a_process(root_as_new):
     del root_as_new
     place = stage(with_section("[Generic Prereqs]", "SWAP_SPACE=1", "PACKAGES=SUNWcsr"))()

@@ -19,8 +19,10 @@ int told_at_close = 0;
 int refusal_with_files_of(rlim_t size) {
     const TemporaryDirectory here;
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit longest{size, RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &longest);
+    rlimit longest{};
+    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &longest), 0);
+    longest.rlim_cur = size;
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &longest), 0);
     const int error = refusal_of_a_file_in(here.path());
     EXPECT_TRUE(std::filesystem::is_empty(here.path()));
     return error;

@@ -50,7 +50,7 @@ std::string shown_on_terminal(unsigned short columns, bool in_foreground, const 
         } else {
             waitpid(worker, nullptr, 0);
         }
-        _exit(0);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;
     EXPECT_EQ(waitpid(child, &status, 0), child);
@@ -170,19 +170,23 @@ TEST(UnzipProgress, IsErasedByAMessage) {
 }
 
 TEST(UnzipProgress, KeepsQuietForASecond) {
-    EXPECT_EQ(shown_on_terminal(80, true,
-                                [] {
-                                    start_progress("x", 0);
-                                    show_progress(0);
-                                    const auto start = Clock::now();
-                                    while (Clock::now() - start < kSilence / 2)
-                                        show_progress(0);
-                                    erase_progress();
-                                    mark("|");
-                                    wait_for(kSilence / 2);
-                                    show_progress(0);
-                                }),
-              "|\r100% 0/0 MB x");
+    const auto quiet_at_first = [] {
+        return shown_on_terminal(80, true, [] {
+            const auto start = Clock::now();
+            start_progress("x", 0);
+            show_progress(0);
+            while (Clock::now() - start < kSilence / 2)
+                show_progress(0);
+            erase_progress();
+            mark(Clock::now() - start < kSilence ? "|" : "held up");
+            wait_for(kSilence / 2);
+            show_progress(0);
+        });
+    };
+    std::string shown = quiet_at_first();
+    for (int again = 0; again < 5 && shown.find("held up") != std::string::npos; ++again)
+        shown = quiet_at_first();
+    EXPECT_EQ(shown, "|\r100% 0/0 MB x");
 }
 
 TEST(UnzipProgress, IsShownTenTimesASecondAtMost) {
@@ -192,6 +196,7 @@ TEST(UnzipProgress, IsShownTenTimesASecondAtMost) {
         const auto start = Clock::now();
         while (Clock::now() - start < 4 * kPause)
             show_progress(0);
+        show_progress(0); // the loop may have been held up
         const auto taken = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
         mark("|" + std::to_string(taken.count()));
     });
