@@ -17,8 +17,8 @@ namespace {
 // many seconds ago a further change might not show.
 constexpr time_t kSlowestTick = 2;
 
-constexpr std::size_t kPiece = 16384;           // bytes of a file that are read at a time
-constexpr off_t kLargestExpected = 1024 * 1024; // the data may end long before the file does
+constexpr std::size_t kPiece = 16384;       // bytes of a file that are read at a time
+constexpr off_t kLargestExpected = 1 << 20; // the data may end long before the file does
 
 // The line that is being cut into tokens, and what of it is unread.
 std::string line_in_work;
