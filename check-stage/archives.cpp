@@ -2,6 +2,7 @@
 
 #include "base/directory.h"
 #include "base/paths.h"
+#include "base/text.h"
 #include "findings.h"
 #include "quiet_files.h"
 #include "unzip/archive.h"
@@ -28,8 +29,6 @@ constexpr std::uint64_t kMostExtracted = std::uint64_t{1} << 30;
 
 // What no file system of the launcher's systems takes as one piece of a path.
 constexpr std::size_t kLongestPiece = 255;
-constexpr std::size_t kLongestTarget = 4095; // of a symbolic link, for the unpacker
-constexpr const char* kNowhere = "it is a symbolic link without a usable target";
 
 // The problems of one archive's entries; only so many get a line.
 struct EntryProblems {
@@ -58,13 +57,9 @@ std::string remedy_of(int status) {
 }
 
 bool has_long_piece(std::string_view name) {
-    for (std::size_t at = 0; at <= name.size();) {
-        const std::size_t end = std::min(name.find('/', at), name.size());
-        if (end - at > kLongestPiece)
-            return true;
-        at = end + 1;
-    }
-    return false;
+    const std::vector<std::string> pieces = split(name, "/");
+    return std::any_of(pieces.begin(), pieces.end(),
+                       [](const std::string& piece) { return piece.size() > kLongestPiece; });
 }
 
 // What the stage's unzip would say of entry number `i`, whose data is unpacked into `file`, or
@@ -79,16 +74,11 @@ ZipProblem outcome_of(Unpacker& unpacker, const ZipArchive& archive, const Plan&
         return {kUnzipBroken, std::strerror(ENAMETOOLONG)};
     if (planned.kind == EntryKind::kDirectory)
         return {};
-    ZipProblem problem;
     if (planned.kind == EntryKind::kLink && !planned.is_replaced) {
         std::string target;
-        problem = unpack_text(target, unpacker, archive, entry, kLongestTarget);
-        if (problem.status == kUnzipFine &&
-            (target.empty() || target.find('\0') != std::string::npos))
-            problem = {kUnzipBroken, kNowhere};
-        return problem;
+        return unpack_link_target(target, unpacker, archive, entry);
     }
-    problem = unpack_entry(unpacker, archive, entry, file);
+    ZipProblem problem = unpack_entry(unpacker, archive, entry, file);
     if (problem.status == kUnzipFine && planned.replaces_link && !planned.is_replaced)
         problem = {kUnzipWarning, "it replaces a symbolic link"};
     return problem;

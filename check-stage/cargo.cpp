@@ -5,6 +5,7 @@
 #include "bootstrap/tree_walk.h"
 #include "findings.h"
 #include "quiet_files.h"
+#include "unzip/entry_data.h"
 
 #include <algorithm>
 
@@ -44,18 +45,6 @@ bool differ(const std::string& one, const std::string& other) {
     constexpr std::size_t most = std::size_t{256} << 20;
     return one != other && read_quietly(first, one, most) && read_quietly(second, other, most) &&
            first != second;
-}
-
-// The checksum that archives keep: CRC-32, its polynomial with the lowest bit first.
-constexpr std::uint32_t kPolynomial = 0xedb88320;
-std::uint32_t checksum_of(const std::string& bytes) {
-    std::uint32_t sum = ~std::uint32_t{0};
-    for (const char c : bytes) {
-        sum ^= static_cast<unsigned char>(c);
-        for (int bit = 0; bit < 8; ++bit)
-            sum = (sum & 1U) != 0 ? sum >> 1U ^ kPolynomial : sum >> 1U;
-    }
-    return ~sum;
 }
 
 // What cannot be read is not said to differ.

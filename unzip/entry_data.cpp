@@ -20,6 +20,7 @@ constexpr std::size_t kPiece = std::size_t{256} << 10;
 constexpr std::size_t kKept = std::size_t{512} << 10;
 // Deflated data becomes at most this many times as long.
 constexpr std::uint64_t kGreatestGrowth = 1032;
+constexpr std::size_t kLongestTarget = 4095; // of a symbolic link
 
 const ZipProblem kNoProblem;
 
@@ -221,6 +222,23 @@ ZipProblem unpack_deflated(Unpacker& unpacker, const ZipArchive& archive, const 
     return write_unpacked(unpacker, file, to, entry.unpacked);
 }
 
+// The whole data of a short entry.
+ZipProblem unpack_text(std::string& text, Unpacker& unpacker, const ZipArchive& archive,
+                       const ZipEntry& entry) {
+    if (entry.unpacked > kLongestTarget || entry.packed > kPiece || is_told_too_long(entry))
+        return broken("its text is too long");
+    text.assign(entry.unpacked, '\0');
+    if (entry.method == kZipDeflated) {
+        if (!can_be_unpacked_whole(unpacker, entry))
+            return no_memory();
+        return inflate_whole(text.data(), unpacker, archive, entry);
+    }
+    ZipProblem problem = read_packed(text.data(), archive, entry.data, text.size());
+    if (problem.status != 0)
+        return problem;
+    return compare_sum(entry, checksum_of(text));
+}
+
 } // namespace
 
 Buffer::~Buffer() {
@@ -250,20 +268,16 @@ ZipProblem unpack_entry(Unpacker& unpacker, const ZipArchive& archive, const Zip
     return problem;
 }
 
-ZipProblem unpack_text(std::string& text, Unpacker& unpacker, const ZipArchive& archive,
-                       const ZipEntry& entry, std::size_t longest) {
-    if (entry.unpacked > longest || entry.packed > kPiece || is_told_too_long(entry))
-        return broken("its text is too long");
-    text.assign(entry.unpacked, '\0');
-    if (entry.method == kZipDeflated) {
-        if (!can_be_unpacked_whole(unpacker, entry))
-            return no_memory();
-        return inflate_whole(text.data(), unpacker, archive, entry);
-    }
-    ZipProblem problem = read_packed(text.data(), archive, entry.data, text.size());
-    if (problem.status != 0)
-        return problem;
-    return compare_sum(entry, libdeflate_crc32(0, text.data(), text.size()));
+ZipProblem unpack_link_target(std::string& target, Unpacker& unpacker, const ZipArchive& archive,
+                              const ZipEntry& entry) {
+    ZipProblem problem = unpack_text(target, unpacker, archive, entry);
+    if (problem.status == 0 && (target.empty() || target.find('\0') != std::string::npos))
+        return broken("it is a symbolic link without a usable target");
+    return problem;
+}
+
+std::uint32_t checksum_of(std::string_view bytes) {
+    return libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 ZipProblem check_entry(const ZipArchive& archive, const ZipEntry& entry) {

@@ -12,7 +12,10 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 
 struct libdeflate_decompressor;
 
@@ -53,10 +56,12 @@ std::uint64_t memory_needed(const ZipEntry& entry);
 ZipProblem unpack_entry(Unpacker& unpacker, const ZipArchive& archive, const ZipEntry& entry,
                         int file);
 
-// The data of a short entry, such as the target of a link. `text` is at most `longest` bytes long;
-// what is longer is a problem.
-ZipProblem unpack_text(std::string& text, Unpacker& unpacker, const ZipArchive& archive,
-                       const ZipEntry& entry, std::size_t longest);
+// The target of an entry that is a symbolic link; one that no link can have is a problem.
+ZipProblem unpack_link_target(std::string& target, Unpacker& unpacker, const ZipArchive& archive,
+                              const ZipEntry& entry);
+
+// The sum that archives keep of what `bytes` are: CRC-32.
+std::uint32_t checksum_of(std::string_view bytes);
 
 // Checks the data of an entry: that it can be unpacked and has the size and sum that it should. An
 // entry with a problem of its own has that.

@@ -28,7 +28,6 @@ constexpr std::uint64_t kCommonMemory = std::uint64_t{8} << 20;
 // Files up to this size are written at once and by one thread: what they cost is the making of
 // names, at which threads only wait for each other.
 constexpr std::uint64_t kShort = std::uint64_t{64} << 10;
-constexpr std::size_t kLongestTarget = 4095; // of a symbolic link
 constexpr std::chrono::milliseconds kLook{100};
 
 // One archive at work. The first thread takes the short entries and then, as the others do, long
@@ -148,18 +147,11 @@ ZipProblem unpack_file(const Work& work, Unpacker& unpacker, OpenDirectory& last
     return problem;
 }
 
-ZipProblem read_target(std::string& target, const Work& work, Unpacker& unpacker, std::uint32_t i) {
-    ZipProblem problem =
-        unpack_text(target, unpacker, work.archive, work.archive.entries[i], kLongestTarget);
-    if (problem.status == 0 && (target.empty() || target.find('\0') != std::string::npos))
-        return {kUnzipBroken, "it is a symbolic link without a usable target"};
-    return problem;
-}
-
 // Reads the target of link number `i`, which is made when all files are there.
 ZipProblem read_link(Work& work, Unpacker& unpacker, std::uint32_t i) {
     std::string target;
-    ZipProblem problem = read_target(target, work, unpacker, i);
+    ZipProblem problem =
+        unpack_link_target(target, unpacker, work.archive, work.archive.entries[i]);
     if (problem.status != 0)
         return problem;
     if (lists_entries(work))
@@ -188,7 +180,7 @@ ZipProblem check_only(const Work& work, Unpacker& unpacker, std::uint32_t i) {
         problem = {planned.status, planned.reason};
     if (problem.status == 0 && planned.kind == EntryKind::kLink) {
         std::string target;
-        problem = read_target(target, work, unpacker, i);
+        problem = unpack_link_target(target, unpacker, work.archive, entry);
     }
     if (problem.status == 0 && lists_entries(work))
         std::printf("    testing: %-22s   OK\n",

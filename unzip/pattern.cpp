@@ -1,22 +1,12 @@
 #include "unzip/pattern.h"
 
 #include "base/directory.h"
+#include "base/paths.h"
 
 #include <algorithm>
 #include <fnmatch.h>
-#include <sys/stat.h>
 
 namespace {
-
-bool is_there(const std::string& path) {
-    struct stat found {};
-    return stat(path.c_str(), &found) == 0;
-}
-
-bool is_directory(const std::string& path) {
-    struct stat found {};
-    return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-}
 
 // Directories are not meant by a pattern that something else fits.
 void pass_over_directories(std::vector<std::string>& paths) {
@@ -46,7 +36,7 @@ std::vector<std::string> archives_meant(const std::string& argument) {
         pass_over_directories(found);
     }
     for (const char* ending : {"", ".zip", ".ZIP"}) {
-        if (found.empty() && is_there(argument + ending))
+        if (found.empty() && PathExists(argument + ending))
             found.push_back(argument + ending);
     }
     return found;

@@ -653,19 +653,16 @@ def with_unreadable(name, **keys):
     return change
 
 
+def leads_nowhere(key, location):
+    return (lambda stage: stage.ini(**{key: location}), [
+        f"install/talparam.ini:7: warning: {key} leads nowhere, and a launch copies nothing from "
+        f"{location}: correct it, or remove the line"])
+
+
 EVERYTHING = {
-    "an access directory that is not there": (
-        lambda stage: stage.ini(ACCESS_DIR="../access"), [
-        "install/talparam.ini:7: warning: ACCESS_DIR leads nowhere, and a launch copies nothing from "
-         "../access: correct it, or remove the line"]),
-    "an extension that is not there": (
-        lambda stage: stage.ini(EXT_LIB="/nowhere"), [
-        "install/talparam.ini:7: warning: EXT_LIB leads nowhere, and a launch copies nothing from "
-         "/nowhere: correct it, or remove the line"]),
-    "prerequisites that are not there": (
-        lambda stage: stage.ini(PREREQ_CONFIG_LOCATION="../prereq"), [
-        "install/talparam.ini:7: warning: PREREQ_CONFIG_LOCATION leads nowhere, and a launch copies "
-         "nothing from ../prereq: correct it, or remove the line"]),
+    "an access directory that is not there": leads_nowhere("ACCESS_DIR", "../access"),
+    "an extension that is not there": leads_nowhere("EXT_LIB", "/nowhere"),
+    "prerequisites that are not there": leads_nowhere("PREREQ_CONFIG_LOCATION", "../prereq"),
     "a runtime in the scratch directory that nothing brings": (
         lambda stage: stage.ini(JRE_SCRATCH_LOC="own"), [
         "install/talparam.ini:7: warning: JRE_SCRATCH_LOC has no effect: nothing lies there in the "

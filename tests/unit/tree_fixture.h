@@ -35,12 +35,6 @@ inline void set_mode(const std::string& path, mode_t mode) {
     EXPECT_EQ(chmod(path.c_str(), mode), 0) << path;
 }
 
-inline int lowest_free_descriptor() {
-    const int descriptor = dup(STDERR_FILENO);
-    close(descriptor);
-    return descriptor;
-}
-
 class Tree : public testing::Test {
   protected:
     // Writes a file together with the directories it lies in.

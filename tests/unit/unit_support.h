@@ -36,7 +36,10 @@ class TemporaryDirectory {
     }
     // Writes `bytes` to file `name` here and returns its path.
     std::string write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(file(name), std::ios::binary) << bytes;
+        std::ofstream out(file(name), std::ios::binary);
+        out << bytes;
+        out.close();
+        EXPECT_TRUE(out) << file(name) << " cannot be written";
         return file(name);
     }
 
@@ -47,6 +50,13 @@ class TemporaryDirectory {
 inline std::string bytes_of(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Rises with every descriptor that is left open.
+inline int lowest_free_descriptor() {
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
 }
 
 inline unsigned mode_of(const std::string& path) {

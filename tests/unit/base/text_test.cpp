@@ -5,6 +5,8 @@
 
 #include <cctype>
 #include <clocale>
+#include <cmath>
+#include <cstdlib>
 
 namespace {
 
@@ -97,6 +99,14 @@ TEST(DecimalNumber, IsReadFromTheStartOfTheText) {
     EXPECT_EQ(leading_decimal_number("2."), 2.0);
     EXPECT_EQ(leading_decimal_number("1.2.3"), 1.2);
     EXPECT_EQ(leading_decimal_number("1e3"), 1000.0);
+}
+
+TEST(DecimalNumber, IsReadAsCReadsIt) {
+    for (const char* text : {"0x10", "0x1.8p1MB", "-0X1F", "0x", "1e", "1e+", "1.5e3.2", "infinite",
+                             "-inf", "12a", "0755", "1'000", "1_000"})
+        EXPECT_EQ(leading_decimal_number(text), std::atof(text)) << text;
+    EXPECT_EQ(leading_decimal_number("0x10"), 16.0);
+    EXPECT_TRUE(std::isnan(leading_decimal_number("nan")));
 }
 
 TEST(DecimalNumber, MayHaveWhiteSpaceAndOneSignBeforeIt) {

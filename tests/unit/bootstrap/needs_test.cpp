@@ -56,13 +56,10 @@ TEST_F(Needs, OfArchivesAreTheSizesOfTheirFilesInWholeBlocks) {
 TEST_F(Needs, AreFoundWithoutADescriptorLeftOpen) {
     make_file("jars/a.jar", archive({{"one", 1}}));
     make_file("jars/b.jar", "no archive");
-    const int before = dup(STDIN_FILENO);
-    close(before);
+    const int before = lowest_free_descriptor();
     expect(need_of_archives(here.file("jars"), 512), 512, 1);
     expect(need_of_tree(here.file("jars"), 4096), 2 * 4096, 3);
-    const int after = dup(STDIN_FILENO);
-    close(after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(lowest_free_descriptor(), before);
 }
 
 TEST_F(Needs, OfAnArchiveAreFoundBeforeItsComment) {

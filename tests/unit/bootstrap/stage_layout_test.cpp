@@ -1,17 +1,16 @@
 #include "bootstrap/stage_layout.h"
 
-#include "unit_support.h"
+#include "unit_surroundings.h"
 
 namespace {
 
 TEST(StageRoot, IsBesideTheStartDirectoryOrElseOneLevelFurtherUp) {
     const TemporaryDirectory top;
     std::filesystem::create_directories(top.file("a/b"));
-    std::filesystem::current_path(top.file("a/b"));
+    const WorkingDirectory there(top.file("a/b"));
     EXPECT_STREQ(stage_root(), "../../stage/Components");
     std::filesystem::create_directories(top.file("a/stage/Components"));
     EXPECT_STREQ(stage_root(), "../stage/Components");
-    std::filesystem::current_path("/");
 }
 
 TEST(ComponentOf, SplitsAnEntryAtItsColon) {

@@ -103,18 +103,15 @@ TEST(StartChild, GivesTheParentTheChildAndBothTheirSignalsHeld) {
 }
 
 TEST(StartChild, LeavesNoDescriptorBehind) {
-    const int before = dup(STDIN_FILENO);
-    close(before);
+    const int before = lowest_free_descriptor();
     const pid_t child = start_child();
     if (child == 0)
-        _exit(dup(STDIN_FILENO) == before ? 7 : 8);
+        _exit(lowest_free_descriptor() == before ? 7 : 8);
     int status = -1;
     EXPECT_TRUE(wait_for_child(status, child));
     EXPECT_EQ(status, ended_with(7));
     let_signals_in();
-    const int after = dup(STDIN_FILENO);
-    close(after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(lowest_free_descriptor(), before);
 }
 
 TEST(StartChild, StartsNoneOnceASignalIsNoted) {

@@ -216,10 +216,7 @@ TEST_F(ProgramStart, AFileThatCannotBeWrittenSaysNothingAboutPrograms) {
 }
 
 TEST_F(ProgramStart, TheProofThatProgramsCanBeStartedLeavesNoDescriptorOpen) {
-    const int before = dup(STDIN_FILENO);
-    close(before);
+    const int before = lowest_free_descriptor();
     EXPECT_EQ(refusal_of_programs_in(here.path()), 0);
-    const int after = dup(STDIN_FILENO);
-    close(after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(lowest_free_descriptor(), before);
 }

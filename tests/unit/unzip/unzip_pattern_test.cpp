@@ -30,8 +30,6 @@ TEST_F(UnzipPattern, IsWhatHasOneOfItsThreeCharacters) {
 
 TEST_F(UnzipPattern, MeansWhatFitsInTheOrderOfTheNames) {
     make({"b.jar", "a.jar", "B.jar", "ab.jar", "c.zip", "\xff.jar"});
-    if (!std::filesystem::exists("\xff.jar"))
-        GTEST_SKIP() << "this file system takes no such name";
     EXPECT_EQ(archives_meant("*.jar"), (Paths{"B.jar", "a.jar", "ab.jar", "b.jar", "\xff.jar"}));
     EXPECT_EQ(archives_meant("?.jar"), (Paths{"B.jar", "a.jar", "b.jar", "\xff.jar"}));
     EXPECT_EQ(archives_meant("[a-c].*"), (Paths{"a.jar", "b.jar", "c.zip"}));
